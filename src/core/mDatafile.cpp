@@ -1,0 +1,99 @@
+#include "core/mDatafile.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/mStart.h"
+#include "core/mWait.h"
+
+namespace quillet {
+namespace {
+
+constexpr size_t kBufferSize = 1 << 20;
+
+[[noreturn]] void FailAndTell(DatafileHandle& handle, const std::string& text) {
+    handle.broken = true;
+    if (!handle.reported) {
+        handle.reported = true;
+        MsgBox(text);
+    }
+    Fail(text);
+}
+
+}  // namespace
+
+bool Datafile_Create(DatafileHandle& handle, const std::string& FileName) {
+    Datafile_Close(handle);
+    ::unlink(FileName.c_str());
+    handle = DatafileHandle{};
+    if (!handle.file.Open(FileName, BinaryFile::Mode::Create)) {
+        const std::string text = "Unable to create the scratch file " + FileName +
+                                 ": blocks cannot be loaded into this patch.";
+        gError.Log("mDatafile.Datafile_Create", text);
+        handle.reported = true;
+        MsgBox(text);
+        return false;
+    }
+    handle.pending.reserve(kBufferSize);
+    return true;
+}
+
+bool Datafile_Flush(DatafileHandle& handle) {
+    if (handle.pending.empty()) return !handle.broken;
+    const bool ok = handle.file.WriteAt(handle.flushed, handle.pending.data(), handle.pending.size());
+    if (!ok) handle.broken = true;
+    handle.flushed += static_cast<int64_t>(handle.pending.size());
+    handle.pending.clear();
+    return ok;
+}
+
+void Datafile_Close(DatafileHandle& handle) {
+    if (!handle.IsOpen()) return;
+    Datafile_Flush(handle);
+    handle.file.Close();
+    handle.pending.clear();
+    handle.pending.shrink_to_fit();
+}
+
+int32_t Datafile_Write(DatafileHandle& handle, const uint8_t* data, size_t size) {
+    if (!handle.IsOpen()) FailAndTell(handle, "The patch's scratch file is not open: the block was not stored.");
+    if (handle.broken)
+        FailAndTell(handle, "Writing the patch's scratch file failed (is the disk full?): the block was not stored.");
+    const int64_t start = handle.Size();
+    if (start + static_cast<int64_t>(size) > kDatafileLimit)
+        FailAndTell(handle, "The patch's scratch file would pass 2147483647 bytes: the block was not stored.");
+    if (handle.pending.size() + size > kBufferSize && !Datafile_Flush(handle))
+        FailAndTell(handle, "Writing the patch's scratch file failed (is the disk full?): the block was not stored.");
+    if (size >= kBufferSize) {
+        if (!handle.file.WriteAt(handle.flushed, data, size))
+            FailAndTell(handle, "Writing the patch's scratch file failed (is the disk full?): the block was not stored.");
+        handle.flushed += static_cast<int64_t>(size);
+    } else {
+        handle.pending.insert(handle.pending.end(), data, data + size);
+    }
+    return static_cast<int32_t>(start + 1);
+}
+
+void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArray& bytes) {
+    if (Offset < 1 || Size < 1) Fail(kSubscript);
+    const int64_t begin = int64_t{Offset} - 1;
+    const int64_t end = begin + Size;
+    bytes.resize(static_cast<size_t>(Size));
+    // The part that is on disk, then the part still in the buffer.
+    if (begin < handle.flushed) {
+        const int64_t fromDisk = std::min(end, handle.flushed) - begin;
+        handle.file.ReadAt(begin, bytes.data(), static_cast<size_t>(fromDisk));
+    }
+    if (end > handle.flushed) {
+        const int64_t from = std::max(begin, handle.flushed);
+        const int64_t available = std::max<int64_t>(0, std::min(end, handle.Size()) - from);
+        uint8_t* out = bytes.data() + (from - begin);
+        if (available > 0)
+            std::memcpy(out, handle.pending.data() + (from - handle.flushed), static_cast<size_t>(available));
+        std::memset(out + available, 0, static_cast<size_t>(end - from - available));
+    }
+}
+
+}  // namespace quillet

@@ -1,0 +1,45 @@
+#pragma once
+// The DataFile: the hidden scratch file that holds the bytes of every block
+// of the open patch, back to back, append-only. Offsets are 1-based and
+// 32-bit signed, so the file ends at 2147483647 bytes. Appends go through a
+// buffer; reads see bytes still in the buffer.
+#include <cstdint>
+#include <string>
+
+#include "support/BinaryFile.h"
+#include "support/ByteIO.h"
+
+namespace quillet {
+
+class DatafileHandle {
+public:
+    bool IsOpen() const { return file.IsOpen(); }
+    // Logical size: what is on disk plus what waits in the buffer.
+    int64_t Size() const { return flushed + static_cast<int64_t>(pending.size()); }
+
+    BinaryFile file;
+    ByteArray pending;
+    int64_t flushed = 0;
+    bool broken = false;    // a write failed: later writes fail at once
+    bool reported = false;  // the user has been told once
+};
+
+inline constexpr int64_t kDatafileLimit = 2147483647;
+
+// Replaces a file of that name with a new empty one, open for read and write.
+// Answers false (after logging) if it cannot be created.
+bool Datafile_Create(DatafileHandle& handle, const std::string& FileName);
+void Datafile_Close(DatafileHandle& handle);
+// Appends the bytes and answers their 1-based Offset. Fails (throws) if the
+// file is not open, a write fails, or the file would pass 2147483647 bytes;
+// the user is told once per patch through the message hook.
+int32_t Datafile_Write(DatafileHandle& handle, const uint8_t* data, size_t size);
+inline int32_t Datafile_Write(DatafileHandle& handle, const ByteArray& bytes) {
+    return Datafile_Write(handle, bytes.data(), bytes.size());
+}
+// Resizes ByteArray to Size and fills it from Offset. Offset and Size must be 1 or more.
+void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArray& bytes);
+// Writes the buffer out (before the file is read by another process, say).
+bool Datafile_Flush(DatafileHandle& handle);
+
+}  // namespace quillet

@@ -1,0 +1,62 @@
+#include "core/mPatch.h"
+
+#include "core/mStart.h"
+
+namespace quillet {
+
+std::array<PatchBlockSet, kFileIDs> PatchBlocks;
+DatafileHandle DataFileHandle;
+std::string DataFileName;
+
+void CreatePatchStructures() {
+    try {
+        for (int id = 0; id < kFileIDs; ++id) {
+            const int32_t last = FileTypes[id].NbrOfBlocks;
+            PatchBlockSet& set = PatchBlocks[id];
+            if (last > 0) {
+                set.Blocks.assign(static_cast<size_t>(last) + 1, PatchBlock{0, 0, -1});
+            } else {
+                for (PatchBlock& slot : set.Blocks) slot.Offset = -1;
+            }
+            set.Count = 0;
+        }
+    } catch (...) {
+        gError.Log("mPatch.CreatePatchStructures");
+    }
+}
+
+void RecountBlocks(int FileID) {
+    PatchBlockSet& set = PatchBlocks.at(static_cast<size_t>(FileID));
+    int32_t count = 0;
+    for (const PatchBlock& slot : set.Blocks)
+        if (slot.Offset != -1) ++count;
+    set.Count = count;
+}
+
+void RecountAllBlocks() {
+    for (int id = 0; id <= 254; ++id)
+        if (!FileTypes[id].Name.empty()) RecountBlocks(id);
+}
+
+PatchBlock& Slot(int FileID, int64_t Block) {
+    if (FileID < 0 || FileID >= kFileIDs) Fail(kSubscript);
+    return At(PatchBlocks[static_cast<size_t>(FileID)].Blocks, Block);
+}
+
+void StoreBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, const uint8_t* data) {
+    PatchBlock& slot = Slot(FileID, Block);
+    // The bytes go first, so a failed write leaves the slot as it was.
+    const int32_t offset = Size < 1 ? 0 : Datafile_Write(DataFileHandle, data, static_cast<size_t>(Size));
+    slot.Size = Size;
+    slot.Extra = Extra;
+    slot.Offset = offset;
+}
+
+ByteArray ReadBlockBytes(int FileID, int32_t Block) {
+    ByteArray bytes;
+    const PatchBlock& slot = Slot(FileID, Block);
+    if (slot.Offset >= 1 && slot.Size >= 1) Datafile_Read(DataFileHandle, slot.Offset, slot.Size, bytes);
+    return bytes;
+}
+
+}  // namespace quillet

@@ -1,0 +1,50 @@
+#pragma once
+// The patch store: for every FileID one slot per possible block. The bytes of
+// the blocks live in the DataFile; a slot only says where.
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/mDatafile.h"
+#include "core/mMuls.h"
+
+namespace quillet {
+
+struct PatchBlock {
+    int32_t Size = 0;
+    int32_t Extra = 0;
+    int32_t Offset = -1;  // -1 absent, 0 present and empty, >= 1 position in the DataFile
+};
+
+struct PatchBlockSet {
+    std::vector<PatchBlock> Blocks;  // 0 .. NbrOfBlocks, or empty for unused rows
+    int32_t Count = 0;               // slots whose Offset is not -1 (recounted, not kept)
+};
+
+extern std::array<PatchBlockSet, kFileIDs> PatchBlocks;
+extern DatafileHandle DataFileHandle;
+extern std::string DataFileName;
+
+void CreatePatchStructures();
+
+// Count of one type recomputed from its slots.
+void RecountBlocks(int FileID);
+// Count of every used type from 0 to 254.
+void RecountAllBlocks();
+
+// The writer's pattern: Size and Extra into the slot, then Offset 0 for an
+// empty block or the DataFile position of its bytes. The slot access is
+// bounds-checked (a failure, never a write outside the array).
+void StoreBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, const uint8_t* data);
+inline void StoreBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& data) {
+    StoreBlock(FileID, Block, Size, Extra, data.data());
+}
+
+// Checked slot access.
+PatchBlock& Slot(int FileID, int64_t Block);
+
+// The bytes of a present block with data; empty for any other slot.
+ByteArray ReadBlockBytes(int FileID, int32_t Block);
+
+}  // namespace quillet

@@ -1,0 +1,55 @@
+#pragma once
+// The wait service that brackets every long operation, and the other places
+// where the library needs its front end: letting pending events run and
+// showing a message box. A front end installs its hooks at start; a test
+// installs its own. Without hooks everything is a no-op.
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace quillet {
+
+struct WaitHooks {
+    // Wait_Start: show the text, disable the controls, start the progress.
+    std::function<void(const std::string& text)> start;
+    // Wait_Stop: enable the controls, clear text and progress.
+    std::function<void()> stop;
+    // Let pending events run (timers, painting): the counting points call it.
+    std::function<void()> doEvents;
+    // A message box with the information icon, titled with the application's title.
+    std::function<void(const std::string& text)> message;
+};
+
+// Progress of the running long operation, 0 to 100.
+extern int32_t WaitPercent;
+
+void InstallWaitHooks(WaitHooks hooks);
+const WaitHooks& CurrentWaitHooks();
+
+void Wait_Start(const std::string& text);
+void Wait_Stop();
+void DoEvents();
+void MsgBox(const std::string& text);
+
+// The counting point of every long loop: every 20000 items it stores the
+// percentage done and lets events run.
+class CountingPoint {
+public:
+    static constexpr int32_t kEvery = 20000;
+    explicit CountingPoint(int64_t total, bool storePercent = true)
+        : total_(total), storePercent_(storePercent) {}
+    // done = the items finished before the current one.
+    void Tick(int64_t done) {
+        if (++counter_ < kEvery) return;
+        counter_ = 0;
+        if (storePercent_ && total_ > 0) WaitPercent = static_cast<int32_t>(done * 100 / total_);
+        DoEvents();
+    }
+
+private:
+    int64_t total_;
+    bool storePercent_;
+    int32_t counter_ = 0;
+};
+
+}  // namespace quillet

@@ -1,0 +1,138 @@
+#include "formats/cMUO.h"
+
+#include <unistd.h>
+
+#include "core/Checked.h"
+#include "formats/FormatCodes.h"
+
+namespace quillet {
+
+cMUO::cMUO() = default;
+cMUO::~cMUO() = default;
+
+std::string cMUO::cError(int32_t ErrNumber) const { return PatchFileErrorText(ErrNumber); }
+
+int32_t cMUO::cOpen(const std::string& PatchFilename) {
+    if (IsOpen()) return 502;
+    if (::access(PatchFilename.c_str(), F_OK) != 0) return 503;
+    // Read and write, as the format has always been opened: a read-only file
+    // or one held by another program fails here.
+    if (!file_.Open(PatchFilename, BinaryFile::Mode::ReadWrite)) return 501;
+    reader_ = std::make_unique<FileReader>(file_);
+    if (!ReadHeader()) {
+        reader_.reset();
+        file_.Close();
+        return 501;
+    }
+    if (FileVersion != 1) {
+        reader_.reset();
+        file_.Close();
+        return 500;
+    }
+    Changed = false;
+    return 0;
+}
+
+bool cMUO::ReadHeader() {
+    reader_->Seek(0);
+    uint8_t word[4];
+    reader_->Read(Magic.data(), 4);
+    reader_->Read(word, 4);
+    FileVersion = LoadI32(word);
+    for (std::string* text : {&PatchName, &PatchDescription, &PatchAuthor}) {
+        text->clear();
+        for (;;) {
+            if (reader_->Remaining() <= 0) return false;  // no 0 byte before the end
+            uint8_t c = 0;
+            reader_->Read(&c, 1);
+            if (c == 0) break;
+            text->push_back(static_cast<char>(c));
+        }
+    }
+    reader_->Read(word, 4);
+    BlockCount = LoadI32(word);
+    return true;
+}
+
+void cMUO::WriteHeader() {
+    ByteArray header;
+    LeWriter out(header);
+    out.Bytes(Magic.data(), Magic.size());
+    out.I32(FileVersion);
+    out.CString(PatchName);
+    out.CString(PatchDescription);
+    out.CString(PatchAuthor);
+    out.I32(BlockCount);
+    if (!file_.WriteAt(0, header.data(), header.size())) writeFailed_ = true;
+}
+
+int32_t cMUO::cCreate(const std::string& PatchFilename) {
+    if (IsOpen()) return 504;
+    ::unlink(PatchFilename.c_str());
+    if (!file_.Open(PatchFilename, BinaryFile::Mode::Create)) return 505;
+    Magic = {'M', 'U', 'O', 'P'};
+    FileVersion = 1;
+    BlockCount = 0;
+    PatchName = "MUO";
+    PatchDescription = "Created by Quillet";
+    PatchAuthor = "Sir Patch";
+    writeFailed_ = false;
+    WriteHeader();
+    writer_ = std::make_unique<FileWriter>(file_, file_.Size());
+    Changed = true;
+    return writeFailed_ ? 505 : 0;
+}
+
+int32_t cMUO::cClose() {
+    if (!IsOpen()) return 507;
+    bool ok = true;
+    if (writer_) ok = writer_->Flush();
+    if (Changed) {
+        WriteHeader();
+        ok = ok && !writeFailed_ && file_.Sync();
+    }
+    ok = file_.Close() && ok;
+    reader_.reset();
+    writer_.reset();
+    Changed = false;
+    return ok ? 0 : 506;
+}
+
+bool cMUO::cAtEnd() const { return !reader_ || reader_->Remaining() <= 0; }
+
+int32_t cMUO::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize) {
+    if (!reader_) Fail("The patch file is not open for reading");
+    uint8_t head[16];
+    reader_->Read(head, sizeof head);
+    const int32_t fileIdField = LoadI32(head);
+    Block = LoadI32(head + 4);
+    Extra = LoadI32(head + 8);
+    const int32_t size = LoadI32(head + 12);
+    FileID = ToByte(fileIdField);
+    ByteArraySize = size;
+    if (size > 0) {
+        if (size > reader_->Remaining())
+            Fail("a Size too large to allocate: " + std::to_string(size) + " bytes, " +
+                 std::to_string(reader_->Remaining()) + " left in the file");
+        bytes.resize(static_cast<size_t>(size));
+        reader_->Read(bytes.data(), bytes.size());
+    }
+    return size;
+}
+
+int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
+    if (!writer_) Fail("The patch file is not open for writing");
+    if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
+    uint8_t head[16];
+    StoreI32(head, FileID);
+    StoreI32(head + 4, Block);
+    StoreI32(head + 8, Extra);
+    StoreI32(head + 12, ByteArraySize);
+    writer_->Write(head, sizeof head);
+    if (ByteArraySize > 0) writer_->Write(bytes.data(), static_cast<size_t>(ByteArraySize));
+    Changed = true;
+    BlockCount = AddLong(BlockCount, 1);
+    return ByteArraySize == 0 ? -1 : ByteArraySize;
+}
+
+}  // namespace quillet

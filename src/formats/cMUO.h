@@ -1,0 +1,57 @@
+#pragma once
+// The program's own patch file: a header with three strings, then entries of
+// FileID, Block, Extra, Size and Size data bytes, back to back.
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "support/BinaryFile.h"
+#include "support/ByteIO.h"
+
+namespace quillet {
+
+class cMUO {
+public:
+    cMUO();
+    ~cMUO();
+
+    std::string Version = "0.5";
+
+    int32_t cOpen(const std::string& PatchFilename);
+    int32_t cCreate(const std::string& PatchFilename);
+    int32_t cClose();
+    // Reads the next entry. Past the end of the file the entry reads as zeros.
+    // Throws a Failure for a FileID field outside 0..255 (it does not fit the
+    // byte) and for a Size larger than what is left of the file (it cannot be
+    // allocated); the caller's failure path takes both.
+    int32_t cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize);
+    // Appends an entry; answers ByteArraySize, or -1 if that was 0.
+    int32_t cSave(int32_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize);
+    int32_t cCount() const { return BlockCount; }
+    std::string cError(int32_t ErrNumber) const;
+
+    // True when the read position has reached the end of the file: every
+    // entry from here on is the zeroed record.
+    bool cAtEnd() const;
+    bool IsOpen() const { return file_.IsOpen(); }
+
+    std::array<uint8_t, 4> Magic{};
+    int32_t FileVersion = 0;
+    std::string PatchName;
+    std::string PatchDescription;
+    std::string PatchAuthor;
+    int32_t BlockCount = 0;
+    bool Changed = false;
+
+private:
+    bool ReadHeader();
+    void WriteHeader();
+
+    BinaryFile file_;
+    std::unique_ptr<FileReader> reader_;
+    std::unique_ptr<FileWriter> writer_;
+    bool writeFailed_ = false;
+};
+
+}  // namespace quillet

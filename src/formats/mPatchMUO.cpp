@@ -1,0 +1,91 @@
+#include "formats/mPatchMUO.h"
+
+#include <unistd.h>
+
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "formats/FormatCodes.h"
+#include "formats/cMUO.h"
+#include "support/SafeSave.h"
+
+namespace quillet {
+
+void LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
+             int32_t ToBlock) {
+    try {
+        if (PatchFilename.empty() || ::access(PatchFilename.c_str(), F_OK) != 0) return;
+        cMUO muo;
+        if (muo.cOpen(PatchFilename) != 0) return;
+        const int32_t total = muo.cCount();
+        CountingPoint progress(total);
+        ByteArray bytes;
+        for (int32_t entry = 0; entry < total; ++entry) {
+            // Once the file is used up every further entry is the same zeroed
+            // record: storing it once has the whole effect of storing it again.
+            const bool pastEnd = muo.cAtEnd();
+            uint8_t fileId = 0;
+            int32_t block = 0, extra = 0, size = 0;
+            muo.cLoad(fileId, block, extra, bytes, size);
+
+            if (fileId & 64) {
+                fileId = static_cast<uint8_t>(fileId & ~64);
+                FileTypes[fileId].InVerdata = 0;
+            } else {
+                FileTypes[fileId].InVerdata = 1;
+            }
+            bool dropped = false;
+            if (block > FileTypes[fileId].NbrOfBlocks) {
+                MsgBox(IllegalBlockMessage(fileId, block));
+                dropped = true;
+            }
+            if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock || fileId >= 252)
+                dropped = true;
+            if (!dropped) StoreBlock(fileId, block, size, extra, bytes);
+
+            progress.Tick(entry);
+            if (pastEnd) break;
+        }
+        muo.cClose();
+        RecountAllBlocks();
+    } catch (...) {
+        gError.Log("mPatch.LoadMUO");
+    }
+}
+
+bool SaveMUO(const std::string& PatchFilename) {
+    const std::string temp = TempNameBeside(PatchFilename);
+    try {
+        RecountAllBlocks();
+        int64_t total = 0;
+        for (int id = 0; id <= 254; ++id)
+            if (!FileTypes[id].Name.empty()) total += PatchBlocks[id].Count;
+
+        cMUO muo;
+        if (const int32_t code = muo.cCreate(temp); code != 0) Fail(muo.cError(code) + " " + temp);
+        CountingPoint progress(total);
+        int64_t written = 0;
+        ByteArray bytes;
+        for (int id = 0; id < kFileIDs; ++id) {
+            if (PatchBlocks[id].Count <= 0) continue;
+            const int32_t flagged = FileTypes[id].InVerdata != 0 ? id : (id | 64);
+            const auto& blocks = PatchBlocks[id].Blocks;
+            for (size_t block = 0; block < blocks.size(); ++block) {
+                const PatchBlock& slot = blocks[block];
+                if (slot.Offset <= -1) continue;
+                if (slot.Offset != 0 && slot.Size > 0) Datafile_Read(DataFileHandle, slot.Offset, slot.Size, bytes);
+                muo.cSave(flagged, static_cast<int32_t>(block), slot.Extra, bytes, slot.Size);
+                progress.Tick(written++);
+            }
+        }
+        if (const int32_t code = muo.cClose(); code != 0) Fail(muo.cError(code) + " " + temp);
+        if (!CommitReplace(temp, PatchFilename)) Fail("Unable to replace " + PatchFilename);
+        return true;
+    } catch (...) {
+        ::unlink(temp.c_str());
+        gError.Log("mPatch.SaveMUO");
+        return false;
+    }
+}
+
+}  // namespace quillet

@@ -1,0 +1,157 @@
+#include "support/BinaryFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace quillet {
+
+BinaryFile::~BinaryFile() { Close(); }
+
+BinaryFile::BinaryFile(BinaryFile&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+
+BinaryFile& BinaryFile::operator=(BinaryFile&& other) noexcept {
+    if (this != &other) {
+        Close();
+        fd_ = other.fd_;
+        other.fd_ = -1;
+    }
+    return *this;
+}
+
+bool BinaryFile::Open(const std::string& path, Mode mode) {
+    Close();
+    int flags = O_CLOEXEC;
+    switch (mode) {
+        case Mode::Read: flags |= O_RDONLY; break;
+        case Mode::ReadWrite: flags |= O_RDWR; break;
+        case Mode::Create: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+    }
+    do {
+        fd_ = ::open(path.c_str(), flags, 0644);
+    } while (fd_ < 0 && errno == EINTR);
+    if (fd_ >= 0) {
+        struct stat st {};
+        // A directory opens read-only on Linux; it is no file for our purposes.
+        if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
+            ::close(fd_);
+            fd_ = -1;
+        }
+    }
+    return fd_ >= 0;
+}
+
+bool BinaryFile::Close() {
+    if (fd_ < 0) return true;
+    const int rc = ::close(fd_);
+    fd_ = -1;
+    return rc == 0;
+}
+
+int64_t BinaryFile::Size() const {
+    struct stat st {};
+    if (fd_ < 0 || ::fstat(fd_, &st) != 0) return 0;
+    return st.st_size;
+}
+
+size_t BinaryFile::ReadAt(int64_t offset, uint8_t* out, size_t count) const {
+    size_t done = 0;
+    if (fd_ >= 0 && offset >= 0) {
+        while (done < count) {
+            const ssize_t n = ::pread(fd_, out + done, count - done, offset + static_cast<int64_t>(done));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) break;
+            done += static_cast<size_t>(n);
+        }
+    }
+    std::memset(out + done, 0, count - done);
+    return done;
+}
+
+bool BinaryFile::WriteAt(int64_t offset, const uint8_t* data, size_t count) {
+    if (fd_ < 0 || offset < 0) return false;
+    size_t done = 0;
+    while (done < count) {
+        const ssize_t n = ::pwrite(fd_, data + done, count - done, offset + static_cast<int64_t>(done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        done += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+bool BinaryFile::Truncate(int64_t size) { return fd_ >= 0 && ::ftruncate(fd_, size) == 0; }
+
+bool BinaryFile::Sync() { return fd_ >= 0 && ::fsync(fd_) == 0; }
+
+FileReader::FileReader(const BinaryFile& file, int64_t start, size_t window)
+    : file_(file), buffer_(window), pos_(start), size_(file.Size()) {}
+
+size_t FileReader::Read(uint8_t* out, size_t count) {
+    size_t real = 0;
+    size_t done = 0;
+    while (done < count) {
+        if (pos_ >= size_) {  // nothing more in the file: zeros
+            std::memset(out + done, 0, count - done);
+            pos_ += static_cast<int64_t>(count - done);
+            break;
+        }
+        const bool inWindow = pos_ >= bufferStart_ && pos_ < bufferStart_ + static_cast<int64_t>(bufferFill_);
+        if (!inWindow) {
+            if (count - done >= buffer_.size()) {  // large read: straight into the caller's memory
+                const size_t want = count - done;
+                const size_t got = file_.ReadAt(pos_, out + done, want);
+                real += got;
+                pos_ += static_cast<int64_t>(want);
+                break;
+            }
+            bufferStart_ = pos_;
+            bufferFill_ = file_.ReadAt(pos_, buffer_.data(), buffer_.size());
+            if (bufferFill_ == 0) {
+                size_ = pos_;  // the file shrank under us: treat the rest as zeros
+                continue;
+            }
+        }
+        const auto at = static_cast<size_t>(pos_ - bufferStart_);
+        const size_t take = std::min(count - done, bufferFill_ - at);
+        std::memcpy(out + done, buffer_.data() + at, take);
+        done += take;
+        real += take;
+        pos_ += static_cast<int64_t>(take);
+    }
+    return real;
+}
+
+void FileReader::Seek(int64_t position) { pos_ = position; }
+
+FileWriter::FileWriter(BinaryFile& file, int64_t start, size_t window)
+    : file_(file), window_(window), start_(start) {
+    buffer_.reserve(window);
+}
+
+void FileWriter::Write(const uint8_t* data, size_t count) {
+    if (buffer_.size() + count > window_) {
+        Flush();
+        if (count >= window_) {
+            if (!file_.WriteAt(start_, data, count)) ok_ = false;
+            start_ += static_cast<int64_t>(count);
+            return;
+        }
+    }
+    buffer_.insert(buffer_.end(), data, data + count);
+}
+
+bool FileWriter::Flush() {
+    if (!buffer_.empty()) {
+        if (!file_.WriteAt(start_, buffer_.data(), buffer_.size())) ok_ = false;
+        start_ += static_cast<int64_t>(buffer_.size());
+        buffer_.clear();
+    }
+    return ok_;
+}
+
+}  // namespace quillet

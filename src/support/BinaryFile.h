@@ -1,0 +1,83 @@
+#pragma once
+// POSIX file access for the binary formats: positioned reads that give zeros
+// past the end of the file (as the formats expect of a short file), and
+// buffered sequential reading and appending so that a block-at-a-time
+// procedure does not cost a system call per field.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quillet {
+
+class BinaryFile {
+public:
+    enum class Mode {
+        Read,       // existing file, read only
+        ReadWrite,  // existing file, read and write
+        Create,     // new empty file (an old one is replaced), read and write
+    };
+
+    BinaryFile() = default;
+    ~BinaryFile();
+    BinaryFile(const BinaryFile&) = delete;
+    BinaryFile& operator=(const BinaryFile&) = delete;
+    BinaryFile(BinaryFile&& other) noexcept;
+    BinaryFile& operator=(BinaryFile&& other) noexcept;
+
+    bool Open(const std::string& path, Mode mode);
+    bool IsOpen() const { return fd_ >= 0; }
+    // Flushes nothing (the class has no buffer); answers false if close failed.
+    bool Close();
+    int64_t Size() const;
+
+    // Reads up to count bytes at offset; what lies past the end of the file
+    // is filled with zeros. Answers the number of bytes really read.
+    size_t ReadAt(int64_t offset, uint8_t* out, size_t count) const;
+    // Writes all count bytes at offset; false on any failure (disk full...).
+    bool WriteAt(int64_t offset, const uint8_t* data, size_t count);
+    bool Truncate(int64_t size);
+    bool Sync();
+
+private:
+    int fd_ = -1;
+};
+
+// Sequential reader with a read window. Past the end it gives zeros.
+class FileReader {
+public:
+    explicit FileReader(const BinaryFile& file, int64_t start = 0, size_t window = 1 << 16);
+    // Reads count bytes into out; answers how many came from the file.
+    size_t Read(uint8_t* out, size_t count);
+    void Seek(int64_t position);
+    int64_t Position() const { return pos_; }
+    int64_t FileSize() const { return size_; }
+    int64_t Remaining() const { return pos_ < size_ ? size_ - pos_ : 0; }
+
+private:
+    const BinaryFile& file_;
+    std::vector<uint8_t> buffer_;
+    int64_t bufferStart_ = 0;
+    size_t bufferFill_ = 0;
+    int64_t pos_;
+    int64_t size_;
+};
+
+// Buffered appending writer starting at a given offset. Any failed write is
+// remembered, so the caller checks once, at Flush.
+class FileWriter {
+public:
+    explicit FileWriter(BinaryFile& file, int64_t start = 0, size_t window = 1 << 16);
+    void Write(const uint8_t* data, size_t count);
+    bool Flush();
+    int64_t Position() const { return start_ + static_cast<int64_t>(buffer_.size()); }
+    bool Ok() const { return ok_; }
+
+private:
+    BinaryFile& file_;
+    std::vector<uint8_t> buffer_;
+    size_t window_;
+    int64_t start_;
+    bool ok_ = true;
+};
+
+}  // namespace quillet

@@ -1,0 +1,49 @@
+#include "support/mConvert.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quillet {
+
+int32_t MakeLong(int16_t low, int16_t high) {
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint16_t>(low)) |
+                                static_cast<uint32_t>(static_cast<uint16_t>(high)) << 16);
+}
+
+void LongToBytes(int32_t Value, ByteArray& bytes, int32_t Start, int32_t Length) {
+    const auto v = static_cast<uint32_t>(Value);
+    const int32_t count = std::clamp(Length, 1, 4);
+    for (int32_t i = 0; i < count; ++i) {
+        const int64_t index = int64_t{Start} + i;
+        if (index < 0 || index >= static_cast<int64_t>(bytes.size())) return;
+        bytes[static_cast<size_t>(index)] = static_cast<uint8_t>(v >> (8 * i));
+    }
+}
+
+int32_t BytesToLong(const ByteArray& bytes, int32_t Start, int32_t Length) {
+    const int32_t count = std::clamp(Length, 1, 4);
+    uint32_t v = 0;
+    for (int32_t i = 0; i < count; ++i) v |= uint32_t{At(bytes, int64_t{Start} + i)} << (8 * i);
+    return static_cast<int32_t>(v);
+}
+
+int32_t ColorFrom555(int32_t v) {
+    // Division cuts toward zero on the signed value, as the client's tools did.
+    const int32_t blue = (v & 31) * 8;
+    const int32_t green = ((v / 32) & 31) * 8;
+    const int32_t red = ((v / 1024) & 31) * 8;
+    return red + 256 * green + 65536 * blue;
+}
+
+int32_t ColorTo555(int32_t color) {
+    const auto c = static_cast<uint32_t>(color);
+    const double red = c & 0xFF, green = (c >> 8) & 0xFF, blue = (c >> 16) & 0xFF;
+    // A channel of 252 or more would round to 32 and run into the next field:
+    // it is held at 31, the brightest value 5 bits can carry.
+    const double r = std::min(std::nearbyint(red / 8.1), 31.0);
+    const double g = std::min(std::nearbyint(green / 8.0), 31.0);
+    const double b = std::min(std::nearbyint(blue / 8.0), 31.0);
+    return static_cast<int32_t>(std::nearbyint(r * 1024 + g * 32 + b));
+}
+
+}  // namespace quillet

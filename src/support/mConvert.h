@@ -1,0 +1,21 @@
+#pragma once
+// Little-endian numbers in byte arrays and the client's 16-bit colours.
+#include <cstdint>
+
+#include "support/ByteIO.h"
+
+namespace quillet {
+
+// low in bits 0..15, high in bits 16..31, bit for bit.
+int32_t MakeLong(int16_t low, int16_t high);
+// Writes the lowest byte always, the next ones only while Length allows (at most 4).
+// An index outside the array ends it silently; bytes already written stay.
+void LongToBytes(int32_t Value, ByteArray& bytes, int32_t Start, int32_t Length);
+// Mirror of LongToBytes; bytes not read are 0. An index outside the array is a failure.
+int32_t BytesToLong(const ByteArray& bytes, int32_t Start, int32_t Length);
+// Signed 16-bit colour entry to red + 256 green + 65536 blue.
+int32_t ColorFrom555(int32_t v);
+// Colour value to 5 bits per channel (red divided by 8.1, the others by 8).
+int32_t ColorTo555(int32_t color);
+
+}  // namespace quillet
