@@ -18,6 +18,7 @@ cError gError;
 cFileIO gFileIO;
 cConvert gConvert;
 cUO gUO;
+std::string DataFileDirectory;
 
 std::string NewDataFileName() {
     std::mt19937 generator(static_cast<std::mt19937::result_type>(
@@ -31,6 +32,8 @@ std::string NewDataFileName() {
 void PatchNew() {
     CreatePatchStructures();
     DataFileName = NewDataFileName();
+    if (!DataFileDirectory.empty())
+        DataFileName = DataFileDirectory + (DataFileDirectory.back() == '/' ? "" : "/") + DataFileName;
     Datafile_Create(DataFileHandle, DataFileName);
     Wait_Start("Loading radar colors");
     LoadRadarCol();

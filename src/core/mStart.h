@@ -15,6 +15,10 @@ extern cFileIO gFileIO;
 extern cConvert gConvert;
 extern cUO gUO;
 
+// Where PatchNew puts the DataFile: empty means the current directory (the
+// GUI); the CLI points it at the temporary directory.
+extern std::string DataFileDirectory;
+
 // The one way to an empty patch: fresh slots, a new hidden DataFile in the
 // current directory, the radar colours reloaded.
 void PatchNew();

@@ -27,6 +27,9 @@ void LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             uint8_t fileId = 0;
             int32_t block = 0, extra = 0, size = 0;
             muo.cLoad(fileId, block, extra, bytes, size);
+            // 252..255 all carry bit 6; they are the format's reserved numbers
+            // and are dropped by what the file says, before the flag is taken off.
+            const bool reserved = fileId >= 252;
 
             if (fileId & 64) {
                 fileId = static_cast<uint8_t>(fileId & ~64);
@@ -39,7 +42,7 @@ void LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
                 MsgBox(IllegalBlockMessage(fileId, block));
                 dropped = true;
             }
-            if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock || fileId >= 252)
+            if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock || reserved)
                 dropped = true;
             if (!dropped) StoreBlock(fileId, block, size, extra, bytes);
 

@@ -1,0 +1,69 @@
+#include "common/TestEnv.h"
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+
+namespace quillet::test {
+
+std::string MakeTempDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "quillet-test-XXXXXX").string();
+    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+    return pattern;
+}
+
+void RemoveTree(const std::string& path) {
+    std::error_code ignored;
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
+                                 ignored);
+    std::filesystem::remove_all(path, ignored);
+}
+
+ByteArray ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return ByteArray(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void WriteFile(const std::string& path, const ByteArray& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+void PatchTest::SetUp() {
+    dir = MakeTempDir();
+    gError.LogFileOverride = Path("test.log");
+    gError.OnLogged = nullptr;
+    DataFileDirectory = dir;
+    WaitHooks hooks;
+    hooks.message = [this](const std::string& text) { messages.push_back(text); };
+    hooks.start = [this](const std::string& text) { waitTexts.push_back(text); };
+    InstallWaitHooks(hooks);
+    FileTypes = {};
+    RegisterFileTypes();
+    PatchNew();
+}
+
+void PatchTest::TearDown() {
+    PatchDispose();
+    InstallWaitHooks({});
+    gError.LogFileOverride.clear();
+    DataFileDirectory.clear();
+    RemoveTree(dir);
+}
+
+std::vector<std::string> PatchTest::LogLines() const {
+    std::vector<std::string> lines;
+    std::ifstream in(Path("test.log"), std::ios::binary);
+    std::string line;
+    while (std::getline(in, line)) lines.push_back(line);
+    return lines;
+}
+
+}  // namespace quillet::test

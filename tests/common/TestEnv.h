@@ -1,0 +1,32 @@
+#pragma once
+// Shared fixture: a scratch directory per test, the log redirected into it,
+// the file-type table filled, a fresh patch, and message boxes captured.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/ByteIO.h"
+
+namespace quillet::test {
+
+class PatchTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    std::string Path(const std::string& name) const { return dir + "/" + name; }
+    // Lines of the log written during the test.
+    std::vector<std::string> LogLines() const;
+
+    std::string dir;
+    std::vector<std::string> messages;
+    std::vector<std::string> waitTexts;
+};
+
+ByteArray ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const ByteArray& bytes);
+std::string MakeTempDir();
+void RemoveTree(const std::string& path);
+
+}  // namespace quillet::test
