@@ -20,3 +20,11 @@ echo "== Round trip: the saved patch loads back to the same tree"
 "$cli" import --patch "$work/demo.muo" --muo "$work/demo.muo" --out "$work/again.muo"
 diff <("$cli" info --patch "$work/demo.muo") <("$cli" info --patch "$work/again.muo")
 cmp "$work/demo.muo" "$work/again.muo" && echo "identical bytes"
+
+gui="$build/src/gui/quillet"
+if [ -x "$gui" ] && { [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; }; then
+  echo "== Starting the GUI"
+  (cd "$work" && exec "$gui")
+else
+  echo "(no display: the GUI, $gui, is not started)"
+fi

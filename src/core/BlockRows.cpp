@@ -1,6 +1,5 @@
 #include "core/BlockRows.h"
 
-#include <cctype>
 #include <charconv>
 
 namespace quillet {

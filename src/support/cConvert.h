@@ -35,11 +35,18 @@ public:
 
 // The numeric prefix parse of the dialogs and the CLI: leading blanks are
 // skipped, the longest numeric beginning counts ("12abc" is 12, "abc" and ""
-// are 0, "0x10" is 0), and "&H" makes the digits behind it hexadecimal.
+// are 0, "0x10" is 0), and "&H" makes the digits behind it hexadecimal
+// ("&O" octal). Hexadecimal and octal digits are a 32-bit pattern: "&HFFFF"
+// is 65535, "&HFFFFFFFF" is -1, more than 32 bits is a failure (Overflow),
+// as is a decimal number beyond the range of a double.
 double ParseNumberPrefix(const std::string& text);
 // The same, rounded half to even into 32 bits or a byte; a value that does
 // not fit is a failure (Overflow).
 int32_t ParseLongPrefix(const std::string& text);
 uint8_t ParseBytePrefix(const std::string& text);
+// The block number of the gump import: a text that begins with "0x" (any
+// case) is hexadecimal behind it, anything else goes through the prefix parse
+// as it is. Rounded into 32 bits like ParseLongPrefix.
+int32_t ParseBlockIndex(const std::string& text);
 
 }  // namespace quillet

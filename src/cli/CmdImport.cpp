@@ -1,0 +1,68 @@
+// import: merges a patch source into the patch, with the limits of the
+// Import dialog. Only the MUO source is built so far; the others are in the
+// table so that their options are known and say so.
+#include <sys/stat.h>
+
+#include "cli/Commands.h"
+#include "cli/Session.h"
+#include "core/mWait.h"
+#include "formats/mPatchMUO.h"
+
+namespace quillet::cli {
+namespace {
+
+int RunImport(CommandContext& context) {
+    const ParsedArgs& args = context.args;
+    std::vector<std::string> sources;
+    for (const char* source : {"--muo", "--uop", "--verdata", "--type"})
+        if (args.Has(source)) sources.push_back(source);
+    if (sources.empty()) throw UsageError("name a source: --muo, --uop, --verdata, or --type with --mul");
+    if (sources.size() > 1) throw UsageError(sources[0] + " and " + sources[1] + " cannot be imported at once");
+    if (sources[0] == "--uop") NotAvailableYet("import --uop");
+    if (sources[0] == "--verdata") NotAvailableYet("import --verdata");
+    if (sources[0] == "--type") NotAvailableYet("import --type (from a MUL file)");
+    if (args.Has("--mul") || args.Has("--idx")) throw UsageError("--mul and --idx go with --type");
+
+    const std::string& source = args.Required("--muo");
+    const BlockRange fileIds = ParseRange(args.Optional("--fileids").value_or("0-255"), "--fileids", 255);
+    const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or("0-400000"), "--blocks");
+    struct stat info{};
+    if (::stat(source.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) throw CommandError(source + ": no such file");
+    CheckMUOReadable(source);
+
+    PatchSession patch(args);
+    Wait_Start("Importing MUO file. Please wait.");
+    LoadMUO(source, static_cast<uint8_t>(fileIds.from), static_cast<uint8_t>(fileIds.to), blocks.from, blocks.to);
+    Wait_Stop();
+    patch.MarkChanged();
+    return patch.Finish();
+}
+
+}  // namespace
+
+void AddImportCommands(std::vector<CommandSpec>& table) {
+    table.push_back(
+        {"import",
+         "merge a patch source into the patch, within limits of FileID and block",
+         {"import --patch P --muo F [--fileids A-B] [--blocks A-B] [--out FILE]",
+          "import --patch P (--uop F | --verdata F) [--fileids A-B] [--blocks A-B]   (not available yet)",
+          "import --patch P --type T --mul F [--idx F] [--blocks A-B]   (not available yet)"},
+         {PatchOption(),
+          {"--muo", "F", "a MUO patch file to merge"},
+          {"--uop", "F", "a UOP patch file to merge (not available yet)"},
+          {"--verdata", "F", "a verdata.mul to merge (not available yet)"},
+          {"--type", "T", "import one type from the client's files (not available yet)"},
+          {"--mul", "F", "with --type: the client's MUL file (not available yet)"},
+          {"--idx", "F", "with --type: its index file (not available yet)"},
+          {"--fileids", "A-B", "take only entries whose FileID lies in the range (default 0-255)"},
+          {"--blocks", "A-B", "take only entries whose block lies in the range (default 0-400000)"},
+          OutOption()},
+         "The import adds to the patch: an entry replaces a block of the same type and number, all other "
+         "blocks stay. An entry of a MUO file also sets its type's verdata flag (see flag --help), also when "
+         "the limits leave it out. An entry whose block number is beyond its type is left out with a message "
+         "on stderr, and the import goes on. A source that cannot be read as a MUO file is a failure (exit "
+         "status 1) and changes nothing.",
+         RunImport});
+}
+
+}  // namespace quillet::cli

@@ -1,0 +1,33 @@
+#include "cli/Commands.h"
+
+#include <algorithm>
+
+namespace quillet::cli {
+
+std::vector<CommandSpec> BuildCommandTable() {
+    std::vector<CommandSpec> table;
+    AddViewCommands(table);
+    AddBlockCommands(table);
+    AddImportCommands(table);
+    AddPendingCommands(table);
+    AddSampleCommands(table);
+    return table;
+}
+
+OptionSpec PatchOption() {
+    return {"--patch", "FILE", "the patch (a MUO file); a file that does not exist is a new, empty patch"};
+}
+
+OptionSpec OutOption() {
+    return {"--out", "FILE",
+            "save the changed patch here instead of back to --patch (nothing is written when the command "
+            "changes nothing)"};
+}
+
+OptionSpec TypeOption() { return {"--type", "T", "a file type: a name from the tree (any case) or a FileID number"}; }
+
+void NotAvailableYet(const std::string& what) {
+    throw UsageError(what + " is not available yet in this version of quillet-cli");
+}
+
+}  // namespace quillet::cli

@@ -1,0 +1,55 @@
+#pragma once
+// The command table. Each command group adds its commands in its own file;
+// main looks a command up by name, parses its options and runs it. A command
+// that is planned but not built yet has no run function: the table still
+// carries its usage and options for --help, and running it is a usage error
+// that says so.
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/Args.h"
+
+namespace quillet::cli {
+
+struct CommandSpec;
+
+struct CommandContext {
+    const CommandSpec& spec;
+    const ParsedArgs& args;
+};
+
+struct CommandSpec {
+    std::string name;
+    std::string summary;             // one line in the overview
+    std::vector<std::string> usage;  // usage lines, without the program's name
+    std::vector<OptionSpec> options;
+    std::string details;             // help text after the options
+    // Answers the exit status; throws UsageError or CommandError. Empty: not
+    // available yet.
+    std::function<int(CommandContext&)> run;
+};
+
+std::vector<CommandSpec> BuildCommandTable();
+
+// The groups, one file each.
+void AddViewCommands(std::vector<CommandSpec>& table);     // info, list, hexdump
+void AddBlockCommands(std::vector<CommandSpec>& table);    // extract, replace, delete, flag
+void AddImportCommands(std::vector<CommandSpec>& table);   // import
+void AddSampleCommands(std::vector<CommandSpec>& table);   // sample-client
+void AddPendingCommands(std::vector<CommandSpec>& table);  // export, compare, gump, render, client
+
+// The options every patch command has.
+OptionSpec PatchOption();
+OptionSpec OutOption();
+OptionSpec TypeOption();
+
+// "--uop" etc.: a part of a command that is not built yet (a usage error).
+[[noreturn]] void NotAvailableYet(const std::string& what);
+
+// Help texts.
+std::string OverviewHelp(const std::vector<CommandSpec>& table);
+std::string CommandHelp(const CommandSpec& spec);
+std::string UsageLines(const CommandSpec& spec);
+
+}  // namespace quillet::cli

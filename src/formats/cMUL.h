@@ -1,0 +1,91 @@
+#pragma once
+// The client's data files. A MUL file is a run of blocks with no structure of
+// its own; either an IDX file of 12-byte records (Position, Size, Extra) says
+// where block n lies, or every block has the same size and block n lies at
+// Offset + n times that size. cMUL hides the difference: open a pair or a
+// single file, then ask for blocks by number.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "support/BinaryFile.h"
+#include "support/ByteIO.h"
+
+namespace quillet {
+
+class cMUL {
+public:
+    cMUL();
+    ~cMUL();
+    cMUL(const cMUL&) = delete;
+    cMUL& operator=(const cMUL&) = delete;
+
+    // constantIndex 0 (or below) opens the pair IDXFilename + MULFilename and
+    // ignores nbrOfBlocks and offset; above 0 it opens MULFilename alone, with
+    // nbrOfBlocks blocks of constantIndex bytes from offset on. A missing file
+    // is created empty, as the run-time's binary mode does. Answers 0, 500
+    // (could not open), 501 (an IDX file is already open on this object) or
+    // 502 (constant size with nbrOfBlocks below 1).
+    int32_t cOpen(const std::string& IDXFilename, const std::string& MULFilename, int32_t constantIndex,
+                  int32_t nbrOfBlocks, int32_t offset);
+    // Answers 0, or 505 if closing failed.
+    int32_t cClose();
+    // BlockTotal while a file is open, else 0.
+    int32_t cCount() const;
+    // Gives the block's Extra, and for a Size above 0 its bytes in `bytes`
+    // (resized to Size); answers Size. For Size 0 or below `bytes` is left as
+    // it was. Reads past the end of either file give zeros: an IndexNumber
+    // beyond the IDX file is the zeroed record. Throws a Failure (for the
+    // caller's failure path) for an IndexNumber whose position overflows or is
+    // negative, a block at a negative Position, and a Size that cannot be a
+    // block of this MUL file (see the .cpp).
+    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes);
+    // Writes block IndexNumber: in place if it fits where it was, else at the
+    // end of the MUL file; isEmpty marks the record -1/-1. Throws a Failure
+    // for the same bad positions as cLoad and for a failed write.
+    void cSave(int32_t IndexNumber, int32_t Extra, const ByteArray& bytes, bool isEmpty);
+    std::string cError(int32_t ErrNumber) const;
+
+    int32_t IDXFile = 0;        // file number of the IDX file; 0 when none is open
+    int32_t MULFile = 0;        // file number of the MUL file; 0 when nothing is open
+    int32_t BlockTotal = 0;     // what cCount answers
+    int32_t ConstantIndex = 0;  // as given to cOpen; below 1 is the pair mode; -1 after cClose
+    std::string Version = "0.5";
+    int32_t Offset = 0;  // start of block 0 in constant-size mode; 0 in pair mode
+
+    // A read window over one file. A walk whose reads each start where the last
+    // one ended is served from one large positioned read per window; a read
+    // anywhere else goes straight to the file, so random access costs no more
+    // than a plain positioned read. Past the end of the file it gives zeros,
+    // like BinaryFile::ReadAt. The file must not change under a filled window:
+    // Reset after writing.
+    class ReadWindow {
+    public:
+        static constexpr size_t kSize = 1 << 16;
+        void Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
+        void Reset();
+
+    private:
+        std::vector<uint8_t> buffer_;
+        int64_t start_ = 0;
+        bool valid_ = false;
+        int64_t next_ = 0;  // where the last read ended
+    };
+
+private:
+    struct Record {
+        int32_t Position = 0;
+        int32_t Size = 0;
+        int32_t Extra = 0;
+    };
+    Record GetRecord(int32_t IndexNumber);
+    void CloseFiles();
+
+    BinaryFile idx_;
+    BinaryFile mul_;
+    ReadWindow idxWindow_;
+    ReadWindow mulWindow_;
+    int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else
+};
+
+}  // namespace quillet

@@ -1,0 +1,170 @@
+#include "formats/cUOP.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "core/AppInfo.h"
+#include "core/Checked.h"
+#include "formats/FormatCodes.h"
+
+namespace quillet {
+namespace {
+
+constexpr size_t kHeaderSize = 12;
+constexpr size_t kToolNameSize = 10;
+
+// Reads a 32-bit field over the variable that receives it: the bytes that the
+// file still has replace the low bytes, the others keep their old value.
+void ReadOver(FileReader& reader, int32_t& field) {
+    uint8_t raw[4];
+    StoreI32(raw, field);
+    uint8_t got[4];
+    const size_t n = reader.Read(got, sizeof got);
+    std::memcpy(raw, got, n);
+    field = LoadI32(raw);
+}
+
+}  // namespace
+
+cUOP::cUOP() = default;
+cUOP::~cUOP() = default;
+
+std::string cUOP::cError(int32_t ErrNumber) const { return PatchFileErrorText(ErrNumber); }
+
+void cUOP::CloseQuietly() {
+    reader_.reset();
+    writer_.reset();
+    file_.Close();
+}
+
+int32_t cUOP::cOpen(const std::string& PatchFilename) {
+    if (IsOpen()) return 502;
+    if (::access(PatchFilename.c_str(), F_OK) != 0) return 503;
+    // Read and write, like the other patch files: a read-only file fails here.
+    if (!file_.Open(PatchFilename, BinaryFile::Mode::ReadWrite)) return 501;
+    try {
+        fileLength_ = file_.Size();
+        reader_ = std::make_unique<FileReader>(file_);
+        // A header cut by the end of the file reads as zeros.
+        uint8_t head[kHeaderSize];
+        reader_->Read(head, sizeof head);
+        std::copy(head, head + 3, Magic.begin());
+        FileVersion = head[3];
+        BlockCount = LoadI32(head + 4);
+        HeaderReserved = LoadI32(head + 8);
+        ToolName = {};
+        if (FileVersion == 5) reader_->Read(ToolName.data(), ToolName.size());
+        if (FileVersion != 4 && FileVersion != 5) {
+            CloseQuietly();
+            return 500;
+        }
+        Changed = false;
+        return 0;
+    } catch (...) {
+        CloseQuietly();
+        return 501;
+    }
+}
+
+void cUOP::WriteHeader() {
+    ByteArray header;
+    LeWriter out(header);
+    out.Bytes(Magic.data(), Magic.size());
+    out.U8(FileVersion);
+    out.I32(BlockCount);
+    out.I32(HeaderReserved);
+    if (FileVersion == 5) out.Bytes(ToolName.data(), ToolName.size());
+    if (!file_.WriteAt(0, header.data(), header.size())) writeFailed_ = true;
+}
+
+int32_t cUOP::cCreate(const std::string& PatchFilename) {
+    if (IsOpen()) return 502;
+    try {
+        ::unlink(PatchFilename.c_str());
+        if (!file_.Open(PatchFilename, BinaryFile::Mode::Create)) return 505;
+        Magic = {'U', 'O', 'P'};
+        FileVersion = 5;
+        BlockCount = 0;
+        HeaderReserved = 0;
+        ToolName = {};
+        const std::string_view title = kAppTitle;
+        std::copy_n(title.begin(), std::min(title.size(), kToolNameSize), ToolName.begin());
+        writeFailed_ = false;
+        WriteHeader();
+        if (writeFailed_) {
+            CloseQuietly();
+            return 505;
+        }
+        writer_ = std::make_unique<FileWriter>(file_, static_cast<int64_t>(kHeaderSize + kToolNameSize));
+        Changed = true;
+        return 0;
+    } catch (...) {
+        CloseQuietly();
+        return 505;
+    }
+}
+
+int32_t cUOP::cClose() {
+    if (!IsOpen()) return 507;
+    bool ok = true;
+    try {
+        if (writer_) ok = writer_->Flush();
+        if (Changed) {
+            // Only here does BlockCount reach the file.
+            WriteHeader();
+            ok = ok && !writeFailed_ && file_.Sync();
+        }
+    } catch (...) {
+        ok = false;
+    }
+    reader_.reset();
+    writer_.reset();
+    ok = file_.Close() && ok;
+    Changed = false;
+    return ok ? 0 : 506;
+}
+
+bool cUOP::cAtEnd() const { return !reader_ || reader_->Remaining() <= 0; }
+
+int32_t cUOP::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize) {
+    if (!reader_) Fail("The patch file is not open for reading");
+    uint8_t id = 0;
+    if (reader_->Read(&id, 1) == 1) FileID = id;
+    ReadOver(*reader_, Block);
+    ReadOver(*reader_, ByteArraySize);
+    ReadOver(*reader_, Extra);
+    const int32_t size = ByteArraySize;
+    if (size > 0) {
+        // Data that runs past the end of the file reads as zeros, so a Size up
+        // to the file's own length is taken as it comes; anything larger is no
+        // entry of this file, and allocating it could take 2 GB.
+        if (size > fileLength_)
+            Fail("A Size too large to allocate: " + std::to_string(size) + " bytes in a file of " +
+                 std::to_string(fileLength_));
+        bytes.resize(static_cast<size_t>(size));
+        reader_->Read(bytes.data(), bytes.size());
+    }
+    return size;
+}
+
+int32_t cUOP::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
+    if (!IsOpen()) Fail("The patch file is not open");
+    if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
+    // An opened file takes new entries at its end, as a created one does.
+    if (!writer_) writer_ = std::make_unique<FileWriter>(file_, file_.Size());
+    uint8_t head[13];
+    head[0] = FileID;
+    StoreI32(head + 1, Block);
+    StoreI32(head + 5, ByteArraySize);
+    StoreI32(head + 9, Extra);
+    writer_->Write(head, sizeof head);
+    if (ByteArraySize > 0) writer_->Write(bytes.data(), static_cast<size_t>(ByteArraySize));
+    Changed = true;
+    BlockCount = AddLong(BlockCount, 1);
+    return ByteArraySize;
+}
+
+}  // namespace quillet

@@ -1,0 +1,192 @@
+#include "formats/cVerdata.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "core/Checked.h"
+
+namespace quillet {
+namespace {
+
+constexpr int32_t kWindowEntries = 3276;  // just under 64 KiB of entries
+constexpr int64_t kFileLimit = std::numeric_limits<int32_t>::max();
+
+void StoreEntry(uint8_t* entry, int32_t FileID, int32_t Block, int32_t Position, int32_t Size, int32_t Extra) {
+    StoreI32(entry, FileID);
+    StoreI32(entry + 4, Block);
+    StoreI32(entry + 8, Position);
+    StoreI32(entry + 12, Size);
+    StoreI32(entry + 16, Extra);
+}
+
+int64_t EntryOffset(int64_t Index) { return kVerdataHeaderSize + kVerdataEntrySize * Index; }
+
+}  // namespace
+
+cVerdata::cVerdata() = default;
+cVerdata::~cVerdata() = default;
+
+std::string cVerdata::cError(int32_t ErrNumber) const {
+    switch (ErrNumber) {
+        case 501: return "Unable to open file.";
+        case 502: return "There is allready an open verdata file.";
+        case 503: return "File does not exist.";
+        case 504: return "There is allready an open verdata file.";
+        case 505: return "Unable to create file.";
+        case 506: return "Unable to close file.";
+        case 507: return "Cannot close the verdata as its not open.";
+        default: return {};
+    }
+}
+
+int32_t cVerdata::cOpen(const std::string& Filename) {
+    if (IsOpen()) return 502;
+    if (::access(Filename.c_str(), F_OK) != 0) return 503;
+    if (!file_.Open(Filename, BinaryFile::Mode::ReadWrite)) return 501;
+    fileSize_ = file_.Size();
+    uint8_t count[4];
+    file_.ReadAt(0, count, sizeof count);  // missing bytes of a short file read as 0
+    BlockCount = LoadI32(count);
+    reserved_ = 0;
+    windowEntries_ = 0;
+    Changed = 0;
+    return 0;
+}
+
+int32_t cVerdata::cCreate(const std::string& Filename, int32_t NumberOfBlocks) {
+    if (IsOpen()) return 504;
+    const int64_t dataStart = EntryOffset(NumberOfBlocks);
+    if (NumberOfBlocks < 0 || dataStart > kFileLimit) return 505;
+    ::unlink(Filename.c_str());
+    if (!file_.Open(Filename, BinaryFile::Mode::Create)) return 505;
+
+    // The count and every reserved entry reach the file now: a disk that
+    // cannot hold the index is found before any block is copied.
+    FileWriter header(file_, 0);
+    uint8_t word[4];
+    StoreI32(word, 0);
+    header.Write(word, sizeof word);
+    uint8_t reservedEntry[kVerdataEntrySize];
+    StoreEntry(reservedEntry, 255, 0, 0, -1, 0);
+    for (int32_t n = 0; n < NumberOfBlocks; ++n) header.Write(reservedEntry, sizeof reservedEntry);
+    if (!header.Flush()) {
+        file_.Close();
+        ::unlink(Filename.c_str());
+        return 505;
+    }
+    BlockCount = 0;
+    reserved_ = NumberOfBlocks;
+    fileSize_ = dataStart;
+    index_ = std::make_unique<FileWriter>(file_, kVerdataHeaderSize);
+    data_ = std::make_unique<FileWriter>(file_, dataStart);
+    windowEntries_ = 0;
+    Changed = 1;
+    return 0;
+}
+
+int32_t cVerdata::cClose() {
+    if (!IsOpen()) return 507;
+    bool ok = true;
+    if (Changed) {
+        ok = index_->Flush();
+        ok = data_->Flush() && ok;
+        uint8_t count[4];
+        StoreI32(count, BlockCount);
+        ok = ok && file_.WriteAt(0, count, sizeof count);
+        ok = ok && file_.Sync();
+    }
+    ok = file_.Close() && ok;
+    index_.reset();
+    data_.reset();
+    window_.clear();
+    window_.shrink_to_fit();
+    windowEntries_ = 0;
+    Changed = 0;
+    return ok ? 0 : 506;
+}
+
+int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
+    if (!IsOpen() || !Changed) return 0;
+    // Past the reserved entries the next entry would land on block data.
+    if (BlockCount >= reserved_) Fail("More verdata entries than were reserved (" + std::to_string(reserved_) + ")");
+    if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
+    if (!index_->Ok() || !data_->Ok()) Fail("Writing the verdata file failed (is the disk full?)");
+
+    int32_t position = 0;
+    if (ByteArraySize > 0) {
+        if (data_->Position() + ByteArraySize > kFileLimit)
+            Fail("The verdata file would pass 2147483647 bytes");
+        position = ToLong(data_->Position());
+    }
+    uint8_t entry[kVerdataEntrySize];
+    StoreEntry(entry, FileID, Block, position, ByteArraySize, Extra);
+    index_->Write(entry, sizeof entry);
+    if (ByteArraySize > 0) data_->Write(bytes.data(), static_cast<size_t>(ByteArraySize));
+    BlockCount = AddLong(BlockCount, 1);
+    windowEntries_ = 0;
+    return ByteArraySize;
+}
+
+void cVerdata::FlushForReading() {
+    // Only a created file has writers; what they hold must be on the disk
+    // before the entries and bytes are read back.
+    if (index_) index_->Flush();
+    if (data_) {
+        data_->Flush();
+        fileSize_ = std::max(fileSize_, data_->Position());
+    }
+}
+
+const uint8_t* cVerdata::EntryBytes(int32_t Index) {
+    if (Index < windowFirst_ || Index >= windowFirst_ + windowEntries_) {
+        FlushForReading();
+        const int32_t first = Index;
+        const int32_t count = std::min(kWindowEntries, BlockCount - first);
+        window_.resize(static_cast<size_t>(count) * kVerdataEntrySize);
+        // Entries past the end of the file read as zeros.
+        file_.ReadAt(EntryOffset(first), window_.data(), window_.size());
+        windowFirst_ = first;
+        windowEntries_ = count;
+    }
+    return window_.data() + static_cast<size_t>(Index - windowFirst_) * kVerdataEntrySize;
+}
+
+int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes,
+                        int32_t& ByteArraySize) {
+    if (!IsOpen() || Index >= BlockCount) return 0;
+    if (Index < 0) Fail(kSubscript);
+    const uint8_t* entry = EntryBytes(Index);
+    const int32_t fileId = LoadI32(entry);
+    const int32_t block = LoadI32(entry + 4);
+    const int32_t position = LoadI32(entry + 8);
+    const int32_t size = LoadI32(entry + 12);
+    const int32_t extra = LoadI32(entry + 16);
+
+    if (size > 0) {
+        if (position < 0 || int64_t{position} + size > fileSize_)
+            Fail("Verdata entry " + std::to_string(Index) + " has " + std::to_string(size) + " bytes at " +
+                 std::to_string(position) + ", outside a file of " + std::to_string(fileSize_) + " bytes");
+        bytes.resize(static_cast<size_t>(size));
+        file_.ReadAt(position, bytes.data(), bytes.size());
+    }
+    if (fileId >= 256) {
+        // Not a file number of the client: kept as an entry without data.
+        FileID = 255;
+        ByteArraySize = -1;
+    } else {
+        FileID = ToByte(fileId);
+        ByteArraySize = size;
+    }
+    Block = block;
+    Extra = extra;
+    return ByteArraySize;
+}
+
+bool cVerdata::IndexFits() const {
+    // An empty or very short file counts 0 entries and has nothing to mistrust.
+    return BlockCount == 0 || (BlockCount > 0 && EntryOffset(BlockCount) <= fileSize_);
+}
+
+}  // namespace quillet

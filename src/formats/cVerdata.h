@@ -1,0 +1,79 @@
+#pragma once
+// The client's overlay file verdata.mul: a count, 20-byte entries (FileID,
+// Block, Position, Size, Extra) and the blocks' bytes behind them. The class
+// reads entries by index and writes a new file whose index is reserved up
+// front, so that every block's bytes go straight to the end of the file.
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "support/BinaryFile.h"
+#include "support/ByteIO.h"
+
+namespace quillet {
+
+inline constexpr int32_t kVerdataEntrySize = 20;
+inline constexpr int32_t kVerdataHeaderSize = 4;
+
+class cVerdata {
+public:
+    cVerdata();
+    ~cVerdata();
+    cVerdata(const cVerdata&) = delete;
+    cVerdata& operator=(const cVerdata&) = delete;
+
+    std::string Version = "0.5";
+
+    // Opens an existing file (read and write, so that a read-only file or one
+    // that cannot be written fails here) and reads its BlockCount.
+    // 503: no such file; 501: it cannot be opened; 502: this object has a file open.
+    int32_t cOpen(const std::string& Filename);
+    // Replaces the file with a new one: BlockCount 0 and NumberOfBlocks
+    // reserved entries, written out before the call answers.
+    // 505: any failure (a partial file is removed); 504: this object has a file open.
+    int32_t cCreate(const std::string& Filename, int32_t NumberOfBlocks);
+    // Writes BlockCount of a created file at byte 0 and puts the file on the
+    // disk. 507: nothing open; 506: a write of this file failed (disk full...).
+    int32_t cClose();
+    int32_t cCount() const { return BlockCount; }
+    // Appends an entry to a created file; its bytes go to the end of the file.
+    // Answers ByteArraySize, or 0 without writing on a file from cOpen.
+    // Throws a Failure for more entries than were reserved, for an array
+    // shorter than ByteArraySize, for a file that would pass 2147483647 bytes
+    // and once a write of this file has failed.
+    int32_t cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize);
+    // Reads entry Index (from 0) and, for a Size above 0, its bytes. An entry
+    // whose FileID is 256 or more gives FileID 255 and ByteArraySize -1.
+    // Answers 0 and touches nothing if no file is open or Index is not below
+    // BlockCount. Throws a Failure for a negative Index, a negative FileID and
+    // for bytes that lie outside the file (the caller's failure path takes them).
+    int32_t cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes,
+                  int32_t& ByteArraySize);
+    std::string cError(int32_t ErrNumber) const;
+
+    bool IsOpen() const { return file_.IsOpen(); }
+    // True when the file is long enough to hold BlockCount entries and
+    // BlockCount is not negative. Another file cannot be trusted.
+    bool IndexFits() const;
+    int64_t FileSize() const { return fileSize_; }
+
+    int32_t BlockCount = 0;
+    uint8_t Changed = 0;  // 1 on a created file: only then may cSave write
+
+private:
+    const uint8_t* EntryBytes(int32_t Index);
+    void FlushForReading();
+
+    BinaryFile file_;
+    int64_t fileSize_ = 0;
+    int32_t reserved_ = 0;
+    std::unique_ptr<FileWriter> index_;  // the entries of a created file, in order
+    std::unique_ptr<FileWriter> data_;   // the bytes of a created file, at its end
+    // A window over the entry table: reading one entry at a time would cost a
+    // system call per entry on files of tens of thousands of entries.
+    ByteArray window_;
+    int32_t windowFirst_ = 0;
+    int32_t windowEntries_ = 0;
+};
+
+}  // namespace quillet

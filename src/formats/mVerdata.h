@@ -1,0 +1,32 @@
+#pragma once
+// Moving blocks between verdata.mul and the patch store: loading a verdata
+// file into the patch, and exporting the patch into a new verdata.mul.
+#include <cstdint>
+#include <string>
+
+namespace quillet {
+
+// Merges the entries of a verdata file whose FileID and Block lie in the
+// inclusive ranges into the open patch (the newest load wins). A block number
+// above its type's range shows the illegal block message and is skipped. An
+// empty name or a missing or unopenable file loads nothing, silently. Other
+// failures (a negative FileID, bytes outside the file, a count the file cannot
+// hold, a store into a type without slots) are logged and end the load.
+void LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
+                 int32_t ToBlock);
+
+// Rewrites Directory/verdata.mul as the old file's entries followed by every
+// present block of FileID 0..250, by FileID and Block. The new file is built
+// as verdata.tmp and put on the disk before it takes the name verdata.mul,
+// and verdata.mul names a complete file at every moment. The old file stays
+// as verdata.bak; an older verdata.bak is kept as verdata.N.bak, N the first
+// free number from 1, so that no backup is ever deleted.
+//
+// Answers true when the new verdata.mul is in place. Otherwise the user has
+// been told by a message (no blocks, no verdata.mul, it cannot be opened, the
+// new file cannot be created) or the failure is logged; in both cases
+// verdata.mul and every backup are as they were and no verdata.tmp is left.
+// Directory may end in '/' or not; the GUI passes the program's directory.
+bool ExportVerdata(const std::string& Directory);
+
+}  // namespace quillet

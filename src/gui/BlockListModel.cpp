@@ -1,0 +1,85 @@
+#include "BlockListModel.h"
+
+#include <algorithm>
+
+#include "core/BlockRows.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mWait.h"
+
+namespace quillet {
+
+void BlockListModel::Rebuild(int FileID) {
+    beginResetModel();
+    fileId_ = FileID;
+    blocks_.clear();
+    const auto& blockSlots = PatchBlocks[static_cast<size_t>(FileID)].Blocks;
+    const int32_t last = FileTypes[static_cast<size_t>(FileID)].NbrOfBlocks;
+    int32_t counter = 0;
+    for (size_t block = 0; block < blockSlots.size(); ++block) {
+        if (blockSlots[block].Offset == -1) continue;
+        blocks_.push_back(static_cast<int32_t>(block));
+        if (++counter == CountingPoint::kEvery) {
+            counter = 0;
+            WaitPercent = last > 0 ? static_cast<int32_t>(static_cast<double>(block) / last * 100) : 0;
+            DoEvents();
+        }
+    }
+    endResetModel();
+}
+
+void BlockListModel::RemoveRows(std::vector<int> rows) {
+    if (rows.empty()) return;
+    std::sort(rows.begin(), rows.end());
+    beginResetModel();
+    std::vector<int32_t> kept;
+    kept.reserve(blocks_.size());
+    size_t next = 0;
+    for (int row = 0; row < static_cast<int>(blocks_.size()); ++row) {
+        if (next < rows.size() && rows[next] == row) {
+            while (next < rows.size() && rows[next] == row) ++next;
+            continue;
+        }
+        kept.push_back(blocks_[static_cast<size_t>(row)]);
+    }
+    blocks_.swap(kept);
+    endResetModel();
+}
+
+int32_t BlockListModel::BlockAt(int row) const {
+    return row >= 0 && row < static_cast<int>(blocks_.size()) ? blocks_[static_cast<size_t>(row)] : -1;
+}
+
+QString BlockListModel::KeyAt(int row) const {
+    const int32_t block = BlockAt(row);
+    return block < 0 ? QString() : QString::fromStdString(BlockRowKey(block));
+}
+
+int BlockListModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(blocks_.size());
+}
+
+int BlockListModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : 4; }
+
+QVariant BlockListModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || fileId_ < 0) return {};
+    const int32_t block = BlockAt(index.row());
+    if (block < 0) return {};
+    if (role == KeyRole) return QString::fromStdString(BlockRowKey(block));
+    if (role != Qt::DisplayRole) return {};
+    const BlockRow row = MakeBlockRow(block, PatchBlocks[static_cast<size_t>(fileId_)].Blocks[static_cast<size_t>(block)]);
+    switch (index.column()) {
+        case 1: return QString::fromStdString(row.ID);
+        case 2: return QString::fromStdString(row.Size);
+        case 3: return QString::fromStdString(row.Flags);
+        default: return QString();
+    }
+}
+
+QVariant BlockListModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
+    static const char* const headers[] = {"", "ID", "Size", "Flags"};
+    return section >= 0 && section < 4 ? QString(headers[section]) : QVariant();
+}
+
+}  // namespace quillet

@@ -1,0 +1,26 @@
+#pragma once
+// The file dialogs of cFileIO. The answer is the chosen path without any
+// closing character, or empty when the user cancels; callers use it as is.
+#include <QString>
+
+#include <functional>
+
+class QWidget;
+
+namespace quillet {
+
+// "MUO Patchfile (*.muo) |*.muo" -> "MUO Patchfile (*.muo)": the bar-separated
+// name/pattern list becomes Qt's filter list, one entry per line.
+QString ConvertFilter(QString Filter);
+
+QString OpenDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir);
+// A name typed without an extension gets ".mul", as every save dialog did.
+QString SaveDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir,
+                   int SaveType = 0);
+
+// Tests answer the dialogs themselves: (save?, filter, title, dir) -> path.
+using FileDialogOverride = std::function<QString(bool save, const QString& filter, const QString& title,
+                                                 const QString& dir)>;
+void SetFileDialogOverride(FileDialogOverride answer);
+
+}  // namespace quillet

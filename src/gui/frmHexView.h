@@ -1,0 +1,46 @@
+#pragma once
+// A read-only view of one block's bytes: rows of 16 with offset, hexadecimal
+// values and characters. Rows are made on demand, so a block of megabytes
+// opens at once.
+#include <QAbstractTableModel>
+#include <QDialog>
+
+#include "support/ByteIO.h"
+
+class QTableView;
+
+namespace quillet {
+
+class HexModel : public QAbstractTableModel {
+    Q_OBJECT
+public:
+    using QAbstractTableModel::QAbstractTableModel;
+    void SetBytes(ByteArray bytes);
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    ByteArray bytes_;
+};
+
+class frmHexView : public QDialog {
+    Q_OBJECT
+public:
+    explicit frmHexView(QWidget* parent = nullptr);
+    ~frmHexView() override;
+
+    void LoadData(const ByteArray& B, const QString& HexCaption);
+
+    QTableView* lvHex;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void done(int result) override;
+
+private:
+    HexModel* model_;
+};
+
+}  // namespace quillet

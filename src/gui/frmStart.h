@@ -1,0 +1,97 @@
+#pragma once
+// The main window: the tree of file types on the left, one page on the right,
+// the status bar with its progress bar, and the File menu.
+#include <QMainWindow>
+
+#include <array>
+#include <memory>
+
+class QAction;
+class QLabel;
+class QMenu;
+class QProgressBar;
+class QStatusBar;
+class QTableView;
+class QTimer;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+namespace quillet {
+
+class BlockListModel;
+class frmHexView;
+class uLicense;
+class uScrollPicture;
+
+class frmStart : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit frmStart(QWidget* parent = nullptr);
+    ~frmStart() override;
+
+    // The one default instance, made at first use.
+    static frmStart& Instance();
+    static bool HasInstance();
+
+    QTreeWidget* twMenu;
+    QLabel* lblTitle;
+    uLicense* pageLicense;
+    uScrollPicture* pageMap;
+    uScrollPicture* pageStatics;
+    std::array<QTableView*, 12> lvPage{};
+    std::array<BlockListModel*, 12> lvModel{};
+    QStatusBar* sbStart;
+    QProgressBar* pgProgress;
+    QTimer* tmrWait;
+    QMenu* mnuFile;
+    QAction* mnuNew;
+    QAction* mnuOpen;
+    QAction* mnuSave;
+    QAction* mnuSaveAs;
+    QAction* mnuImport;
+    QAction* mnuExport;
+    QAction* mnuQuit;
+    QMenu* mnuPopup;
+    std::array<QAction*, 10> mnuPop{};
+
+    QString PatchFilename;
+
+    // The wait service's side on this window.
+    void WaitStart(const QString& text);
+    void WaitStop();
+    bool Waiting() const { return waiting_; }
+
+    // File commands.
+    void mnuNew_Click();
+    void mnuOpen_Click();
+    void mnuSave_Click();
+    void mnuSaveAs_Click();
+
+    // Shows the page of a tree node (the root: the start page).
+    void ShowPageOf(QTreeWidgetItem* node);
+    // The page of a used type, or nullptr.
+    QWidget* PageOf(int FileID) const;
+    // The FileID of a list page, or -1.
+    int FileIDOfList(int index) const;
+    // Opens the block of the list's selected row in the hex viewer.
+    void lvPage_DblClick(int index);
+    frmHexView* HexView();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void CreateMenus();
+    void CreatePages();
+    void ApplyLayout();
+    void InstallHooks();
+    void SetCaption();
+
+    QWidget* client_;
+    frmHexView* hexView_ = nullptr;
+    bool waiting_ = false;
+    bool unloaded_ = false;
+};
+
+}  // namespace quillet

@@ -1,0 +1,219 @@
+#include "mMenu.h"
+
+#include <QAction>
+#include <QCursor>
+#include <QHeaderView>
+#include <QItemSelectionModel>
+#include <QMenu>
+#include <QTableView>
+#include <QTreeWidget>
+
+#include <algorithm>
+
+#include "BlockListModel.h"
+#include "Icons.h"
+#include "cWindow.h"
+#include "frmStart.h"
+#include "core/BlockRows.h"
+#include "core/mBlockCommands.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+
+namespace quillet {
+
+namespace {
+
+bool gPopupMade = false;
+
+BlockListModel* ModelOf(QTableView* list) { return qobject_cast<BlockListModel*>(list->model()); }
+
+QString TypeName(int FileID) { return QString::fromStdString(FileTypes[static_cast<size_t>(FileID)].Name); }
+
+// The selected rows, last to first, as the commands walk them.
+std::vector<int> SelectedRowsDescending(QTableView* list) {
+    std::vector<int> rows;
+    for (const QModelIndex& index : list->selectionModel()->selectedRows()) rows.push_back(index.row());
+    std::sort(rows.rbegin(), rows.rend());
+    return rows;
+}
+
+}  // namespace
+
+QTableView* ListOf(int FileID) {
+    const PageRef page = FileTypes[static_cast<size_t>(FileID)].Page;
+    if (page.kind != PageRef::Kind::List || !frmStart::HasInstance()) return nullptr;
+    return frmStart::Instance().lvPage[static_cast<size_t>(page.index)];
+}
+
+void MenuUpdate(QTreeWidget* tree) {
+    tree->clear();
+    auto* root = new QTreeWidgetItem(tree, QStringList("Patch"));
+    root->setData(0, Qt::UserRole, "PATCHES");
+    root->setIcon(0, MulIcon(1));
+    for (int id = 0; id < kFileIDs; ++id) {
+        const FileTypeRec& row = FileTypes[static_cast<size_t>(id)];
+        if (row.Name.empty()) continue;
+        auto* node = new QTreeWidgetItem(root, QStringList(QString("%1 (%2)").arg(TypeName(id)).arg(
+                                                   PatchBlocks[static_cast<size_t>(id)].Count)));
+        node->setData(0, Qt::UserRole, "P" + QString::number(id));
+        node->setIcon(0, MulIcon(row.ImageIndex));
+    }
+    root->setExpanded(true);
+    // After a rebuild no node is selected; the page stays as it was.
+    tree->setCurrentItem(nullptr);
+    tree->clearSelection();
+}
+
+void MenuRefresh() {
+    frmStart& form = frmStart::Instance();
+    {
+        const QSignalBlocker quiet(form.twMenu);  // rebuilding the tree is no click
+        MenuUpdate(form.twMenu);
+    }
+    Wait_Start("Drawing map. Please wait.");
+    Wait_Stop();
+    Wait_Start("Drawing statics. Please wait.");
+    Wait_Stop();
+    for (int id = 3; id < kFileIDs; ++id) {
+        if (FileTypes[static_cast<size_t>(id)].Name.empty()) continue;
+        QTableView* list = ListOf(id);
+        if (!list) continue;
+        Wait_Start("Listing " + FileTypes[static_cast<size_t>(id)].Name + ". Please wait.");
+        ListView_Update(list, static_cast<uint8_t>(id));
+        Wait_Stop();
+    }
+}
+
+void ListView_Update(QTableView* list, uint8_t FileID) {
+    try {
+        ModelOf(list)->Rebuild(FileID);
+        QHeaderView* header = list->horizontalHeader();
+        header->setMinimumSectionSize(0);
+        list->setColumnHidden(0, true);
+        for (int column = 1; column <= 3; ++column) header->resizeSection(column, Px(1500));
+    } catch (...) {
+        gError.Log("mMenu.ListView_Update");
+    }
+}
+
+void PopupMenu_Create(uint8_t FileID) {
+    try {
+        frmStart& form = frmStart::Instance();
+        if (!gPopupMade) {
+            for (size_t entry = 1; entry < form.mnuPop.size(); ++entry) {
+                form.mnuPop[entry] = form.mnuPopup->addAction(QString());
+                form.mnuPop[entry]->setObjectName(QString("mnuPop%1").arg(entry));
+            }
+            gPopupMade = true;
+        }
+        for (size_t entry = 1; entry < form.mnuPop.size(); ++entry) {
+            form.mnuPop[entry]->setVisible(false);
+            form.mnuPop[entry]->setEnabled(true);
+            form.mnuPop[entry]->setSeparator(false);
+            form.mnuPop[entry]->setCheckable(false);
+            form.mnuPop[entry]->setData(QString());
+        }
+        const QString id = QString::number(FileID);
+        auto& pop = form.mnuPop;
+        pop[0]->setText(TypeName(FileID));
+        pop[0]->setEnabled(false);
+        pop[1]->setSeparator(true);
+        pop[2]->setText("Put " + TypeName(FileID) + " in verdata");
+        pop[2]->setCheckable(true);
+        pop[2]->setChecked(FileTypes[FileID].InVerdata != 0);
+        pop[2]->setData("VERDATA " + id);
+        pop[2]->setEnabled(FileID < 100);
+        pop[3]->setSeparator(true);
+        pop[4]->setText("Export to dat file");
+        pop[4]->setData("EXPORT " + id);
+        pop[4]->setEnabled(FileID > 2);
+        pop[5]->setText("Import from dat file");
+        pop[5]->setData("IMPORT " + id);
+        pop[5]->setEnabled(FileID > 2);
+        pop[6]->setSeparator(true);
+        pop[7]->setText("Delete");
+        pop[7]->setData("DELETE " + id);
+        pop[7]->setEnabled(true);
+        for (size_t entry = 1; entry <= 7; ++entry) pop[entry]->setVisible(true);
+        // The chosen entry comes back through the menu's triggered signal.
+        form.mnuPopup->popup(QCursor::pos());
+    } catch (...) {
+        gError.Log("mMenu.PopupMenu_Create(" + std::to_string(FileID) + ")");
+    }
+}
+
+void PopupMenu_Run(const QString& command) {
+    try {
+        const QString upper = command.toUpper();
+        auto fileIdAfter = [&](const QString& word) {
+            bool ok = false;
+            const int id = command.mid(word.size()).trimmed().toInt(&ok);
+            if (!ok || id < 0 || id > 255) Fail(kOverflow);
+            return id;
+        };
+        if (upper.startsWith("DELETE ")) {
+            const int id = fileIdAfter("DELETE ");
+            if (id == 0 || id == 2) {
+                // The picture pages clear their selected rectangle; they join
+                // with the map and statics drawing.
+                MenuRefresh();
+            } else if (QTableView* list = ListOf(id)) {
+                ListView_Delete(list, static_cast<uint8_t>(id));
+            }
+        } else if (upper.startsWith("VERDATA ")) {
+            ToggleInVerdata(fileIdAfter("VERDATA "));
+        } else if (upper.startsWith("EXPORT ")) {
+            const int id = fileIdAfter("EXPORT ");
+            if (QTableView* list = ListOf(id)) ListView_Export(list, static_cast<uint8_t>(id));
+        } else if (upper.startsWith("IMPORT ")) {
+            const int id = fileIdAfter("IMPORT ");
+            if (QTableView* list = ListOf(id)) ListView_Import(list, static_cast<uint8_t>(id));
+        }
+    } catch (...) {
+        gError.Log("mMenu.PopupMenu_Run(" + command.toStdString() + ")");
+    }
+}
+
+void ListView_Delete(QTableView* list, uint8_t FileID) {
+    try {
+        BlockListModel* model = ModelOf(list);
+        const std::vector<int> rows = SelectedRowsDescending(list);
+        std::vector<int32_t> blocks;
+        blocks.reserve(rows.size());
+        for (int row : rows) blocks.push_back(model->BlockAt(row));
+        DeleteBlocks(FileID, blocks);
+        model->RemoveRows(rows);
+    } catch (...) {
+        gError.Log("mMenu.ListView_Delete");
+    }
+    MenuUpdate(frmStart::Instance().twMenu);
+}
+
+void ListView_Export(QTableView* list, uint8_t FileID) {
+    try {
+        CreateDatFolders();
+        BlockListModel* model = ModelOf(list);
+        std::vector<int32_t> blocks;
+        for (int row : SelectedRowsDescending(list)) blocks.push_back(model->BlockAt(row));
+        ExportBlocks(FileID, blocks, DatExportFolder());
+    } catch (...) {
+        gError.Log("mMenu.ListView_Export");
+    }
+}
+
+void ListView_Import(QTableView* list, uint8_t FileID) {
+    try {
+        CreateDatFolders();
+        BlockListModel* model = ModelOf(list);
+        std::vector<int32_t> blocks;
+        for (int row : SelectedRowsDescending(list)) blocks.push_back(model->BlockAt(row));
+        ImportBlocks(FileID, blocks, DatImportFolder());
+    } catch (...) {
+        gError.Log("mMenu.ListView_Import");
+    }
+    ListView_Update(list, FileID);
+}
+
+}  // namespace quillet

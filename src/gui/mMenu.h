@@ -1,0 +1,26 @@
+#pragma once
+// The tree, the whole refresh after a change of the patch, the block lists
+// and the commands of the popup menu.
+#include <QString>
+
+#include <cstdint>
+
+class QTableView;
+class QTreeWidget;
+
+namespace quillet {
+
+void MenuUpdate(QTreeWidget* tree);
+void MenuRefresh();
+
+void ListView_Update(QTableView* list, uint8_t FileID);
+void PopupMenu_Create(uint8_t FileID);
+void PopupMenu_Run(const QString& command);
+void ListView_Delete(QTableView* list, uint8_t FileID);
+void ListView_Export(QTableView* list, uint8_t FileID);
+void ListView_Import(QTableView* list, uint8_t FileID);
+
+// The list page of a type, or nullptr for a type shown as a picture.
+QTableView* ListOf(int FileID);
+
+}  // namespace quillet

@@ -1,0 +1,102 @@
+#!/usr/bin/env bash
+# info, list, hexdump and extract on a patch built byte by byte.
+set -eu
+. "$(dirname "$0")/helpers.bash"
+setup "$1" "$2"
+patch=$scratch/base.muo
+write_base_patch "$patch"
+cp "$patch" "$scratch/original.muo"
+
+expect_status 0 "$cli" info --patch "$patch"
+expect_same "Map (0)
+Statics (0)
+Art (2)
+Anim (0)
+Sound (0)
+Texmaps (0)
+Gumps (1)
+Multis (0)
+Skills (0)
+Tiledata (0)
+Animdata (0)
+Hues (0)
+Light (0)
+Radarcol (0)" "$out" "info counts"
+[ -z "$err" ] || fail "info wrote to stderr: $err"
+
+expect_status 0 "$cli" list --patch "$patch" --type Art
+expect_same "ID Size Flags
+1 1 FFFFFFFF
+1A 18 1F4" "$out" "list of Art"
+# The type by name in any case, by FileID, by hexadecimal FileID.
+for t in art ART 4 0x4 0X04; do
+  expect_status 0 "$cli" list --patch "$patch" --type "$t"
+  [ "$(echo "$out" | wc -l)" -eq 3 ] || fail "list --type $t"
+done
+expect_status 0 "$cli" list --patch "$patch" --type gumps
+expect_same "ID Size Flags
+1F4 0 0" "$out" "list of Gumps (Size -1 shows as 0)"
+expect_status 0 "$cli" list --patch "$patch" --type Light
+expect_same "ID Size Flags" "$out" "an empty type has only the header"
+
+expect_status 0 "$cli" hexdump --patch "$patch" --type art --block 26
+expect_same " 0  48 65 6C 6C 6F 0A 00 01 02 03 04 05 06 07 08 09  |Hello...........|
+10  41 42                                            |AB|" "$out" "hexdump of Art 26"
+expect_status 0 "$cli" hexdump --patch "$patch" --type art --block 0x1A
+expect_same " 0  48 65 6C 6C 6F 0A 00 01 02 03 04 05 06 07 08 09  |Hello...........|
+10  41 42                                            |AB|" "$out" "hexdump with a hexadecimal block number"
+expect_status 0 "$cli" hexdump --patch "$patch" --type art --block 1
+expect_same "0  5A                                               |Z|" "$out" "hexdump of a 1-byte block"
+
+# 196 bytes: 13 rows, the last with 4 bytes at C0.
+big=$scratch/big.muo
+data=''
+for i in $(seq 0 195); do data="$data$(printf '\\x%02x' $((i % 256)))"; done
+{ muo_header 1; muo_entry 0 5 0 196 "$data"; } >"$big"
+expect_status 0 "$cli" hexdump --patch "$big" --type map --block 5
+[ "$(echo "$out" | wc -l)" -eq 13 ] || fail "196 bytes should give 13 rows"
+expect_same "C0  C0 C1 C2 C3                                      |....|" "$(echo "$out" | tail -1)" "last row of 196 bytes"
+expect_same "70  70 71 72 73 74 75 76 77 78 79 7A 7B 7C 7D 7E 7F  |pqrstuvwxyz{|}~.|" \
+  "$(echo "$out" | sed -n 8p)" "row 70 with printable and non-printable text"
+
+# extract: the raw bytes, exactly.
+printf "$ART26" >"$scratch/expected26.dat"
+expect_status 0 "$cli" extract --patch "$patch" --type art --block 26 --to "$scratch/got26.dat"
+cmp "$scratch/expected26.dat" "$scratch/got26.dat" || fail "extracted bytes differ"
+[ -z "$out" ] || fail "extract printed on stdout"
+# An existing longer file is replaced whole.
+head -c 100 /dev/zero >"$scratch/got1.dat"
+expect_status 0 "$cli" extract --patch "$patch" --type art --block 1 --to "$scratch/got1.dat"
+[ "$(cat "$scratch/got1.dat")" = "Z" ] && [ "$(wc -c <"$scratch/got1.dat")" -eq 1 ] || fail "extract over a longer file"
+
+# No bytes, no file: an empty block and a missing block both fail.
+expect_status 1 "$cli" extract --patch "$patch" --type gumps --block 500 --to "$scratch/none.dat"
+[ ! -e "$scratch/none.dat" ] || fail "an empty block wrote a file"
+case $err in *"has no bytes"*) ;; *) fail "empty block message: $err" ;; esac
+expect_status 1 "$cli" extract --patch "$patch" --type art --block 2 --to "$scratch/none.dat"
+[ ! -e "$scratch/none.dat" ] || fail "a missing block wrote a file"
+case $err in *"Art block 2 (0x2) is not in the patch"*) ;; *) fail "missing block message: $err" ;; esac
+expect_status 1 "$cli" hexdump --patch "$patch" --type art --block 2
+[ -z "$out" ] || fail "hexdump of a missing block printed"
+expect_status 1 "$cli" hexdump --patch "$patch" --type gumps --block 500
+
+# A file that cannot be written: the logged failure is printed, exit 1.
+expect_status 1 "$cli" extract --patch "$patch" --type art --block 26 --to "$scratch/no/such/dir/x.dat"
+case $err in *"error: cFileIO.ByteArrayToFile("*) ;; *) fail "extract to a missing directory: $err" ;; esac
+
+# A reader that stops early (a closed pipe) must not leave the scratch file
+# behind: 60000 map blocks, so the output outgrows the pipe.
+entries=$(printf '%08x\n' $(seq 0 59999) |
+  sed -E 's/(..)(..)(..)(..)/\\x00\\x00\\x00\\x00\\x\4\\x\3\\x\2\\x\1\\x00\\x00\\x00\\x00\\xff\\xff\\xff\\xff/' | tr -d '\n')
+{ muo_header 60000; printf "$entries"; } >"$scratch/many.muo"
+[ "$(wc -c <"$scratch/many.muo")" -eq $((45 + 60000 * 16)) ] || fail "many.muo has the wrong size"
+first=$("$cli" list --patch "$scratch/many.muo" --type map | head -2 | tail -1)
+expect_same "0 0 0" "$first" "first row of a piped list"
+
+# Reading commands never write the patch, and leave no scratch file.
+cmp "$patch" "$scratch/original.muo" || fail "a reading command changed the patch"
+expect_status 0 "$cli" info --patch "$scratch/missing.muo"
+[ ! -e "$scratch/missing.muo" ] || fail "info created the missing patch"
+case $out in *"Art (0)"*) ;; *) fail "a missing patch is empty" ;; esac
+expect_no_leftovers
+echo "view: ok"

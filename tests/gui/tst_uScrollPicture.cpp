@@ -1,0 +1,93 @@
+// The picture page's selection: press and release with the left button
+// invert a rectangle on the kept image, a right press asks for the menu.
+#include <QSignalSpy>
+#include <QtTest>
+
+#include "GuiTestEnv.h"
+#include "uScrollPicture.h"
+
+using namespace quillet;
+
+class tst_uScrollPicture : public QObject {
+    Q_OBJECT
+
+    static QRgb At(const uScrollPicture& picture, int x, int y) { return picture.Picture().pixel(x, y); }
+
+private Q_SLOTS:
+    void drawsThroughTheCanvas() {
+        uScrollPicture picture;
+        const Canvas canvas = picture.hDC();
+        QCOMPARE(canvas.width, 768);
+        QCOMPARE(canvas.height, 512);
+        SetPixelV(canvas, 767, 511, 0x0000FF);  // red 255: red + 256 green + 65536 blue
+        SetPixelV(canvas, 768, 0, 0xFFFFFF);    // outside: ignored
+        QCOMPARE(At(picture, 767, 511), qRgb(255, 0, 0));
+        picture.Cls();
+        QCOMPARE(At(picture, 767, 511), picture.palette().color(QPalette::Window).rgb());
+    }
+
+    void selectionInvertsWithoutLastRowAndColumn() {
+        uScrollPicture picture;
+        picture.resize(800, 600);
+        const QRgb background = At(picture, 0, 0);
+        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(10, 20));
+        QTest::mouseRelease(&picture, Qt::LeftButton, {}, QPoint(13, 22));
+        QCOMPARE(picture.X1, 10);
+        QCOMPARE(picture.Y1, 20);
+        QCOMPARE(picture.X2, 13);
+        QCOMPARE(picture.Y2, 22);
+        const QRgb inverted = background ^ 0x00FFFFFFu;
+        QCOMPARE(At(picture, 10, 20), inverted);
+        QCOMPARE(At(picture, 12, 21), inverted);
+        QCOMPARE(At(picture, 13, 21), background);  // right column left out
+        QCOMPARE(At(picture, 12, 22), background);  // bottom row left out
+
+        // Dragged up and to the left: the fields keep the order they came in.
+        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(50, 60));
+        QCOMPARE(At(picture, 10, 20), background);  // the first rectangle is gone
+        QTest::mouseRelease(&picture, Qt::LeftButton, {}, QPoint(40, 55));
+        QCOMPARE(picture.X1, 50);
+        QCOMPARE(picture.X2, 40);
+        QCOMPARE(At(picture, 40, 55), inverted);
+        QCOMPARE(At(picture, 49, 59), inverted);
+        QCOMPARE(At(picture, 50, 59), background);
+    }
+
+    void clickWithoutMovementSelectsOnePixelInvertingNothing() {
+        uScrollPicture picture;
+        picture.resize(800, 600);
+        const QImage before = picture.Picture();
+        QTest::mouseClick(&picture, Qt::LeftButton, {}, QPoint(5, 5));
+        QCOMPARE(picture.X1, picture.X2);
+        QCOMPARE(picture.Y1, picture.Y2);
+        QCOMPARE(picture.Picture(), before);
+    }
+
+    void rightPressAsksForTheMenu() {
+        uScrollPicture picture;
+        QSignalSpy spy(&picture, &uScrollPicture::MenuClick);
+        QTest::mousePress(&picture, Qt::RightButton, {}, QPoint(5, 5));
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(picture.X1, -1);
+        QCOMPARE(picture.Y2, -1);
+    }
+
+    void clsDropsTheSelection() {
+        uScrollPicture picture;
+        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(1, 1));
+        QTest::mouseRelease(&picture, Qt::LeftButton, {}, QPoint(3, 3));
+        picture.Cls();
+        QCOMPARE(picture.X1, -1);
+        QCOMPARE(picture.X2, -1);
+        // The next press finds nothing to take away.
+        const QImage clean = picture.Picture();
+        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(7, 7));
+        QCOMPARE(picture.Picture(), clean);
+    }
+
+private:
+    guitest::Environment env;
+};
+
+QTEST_MAIN(tst_uScrollPicture)
+#include "tst_uScrollPicture.moc"
