@@ -1,12 +1,13 @@
 // import: merges a patch source into the patch, with the limits of the
-// Import dialog. Only the MUO source is built so far; the others are in the
-// table so that their options are known and say so.
+// Import dialog. MUO, UOP and verdata sources.
 #include <sys/stat.h>
 
 #include "cli/Commands.h"
 #include "cli/Session.h"
 #include "core/mWait.h"
 #include "formats/mPatchMUO.h"
+#include "formats/mPatchUOP.h"
+#include "formats/mVerdata.h"
 
 namespace quillet::cli {
 namespace {
@@ -18,21 +19,29 @@ int RunImport(CommandContext& context) {
         if (args.Has(source)) sources.push_back(source);
     if (sources.empty()) throw UsageError("name a source: --muo, --uop, --verdata, or --type with --mul");
     if (sources.size() > 1) throw UsageError(sources[0] + " and " + sources[1] + " cannot be imported at once");
-    if (sources[0] == "--uop") NotAvailableYet("import --uop");
-    if (sources[0] == "--verdata") NotAvailableYet("import --verdata");
     if (sources[0] == "--type") NotAvailableYet("import --type (from a MUL file)");
     if (args.Has("--mul") || args.Has("--idx")) throw UsageError("--mul and --idx go with --type");
 
-    const std::string& source = args.Required("--muo");
+    const bool muo = sources[0] == "--muo";
+    const std::string& source = args.Required(sources[0]);
     const BlockRange fileIds = ParseRange(args.Optional("--fileids").value_or("0-255"), "--fileids", 255);
     const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or("0-400000"), "--blocks");
     struct stat info{};
     if (::stat(source.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) throw CommandError(source + ": no such file");
-    CheckMUOReadable(source);
+    if (muo) CheckMUOReadable(source);
 
     PatchSession patch(args);
-    Wait_Start("Importing MUO file. Please wait.");
-    LoadMUO(source, static_cast<uint8_t>(fileIds.from), static_cast<uint8_t>(fileIds.to), blocks.from, blocks.to);
+    const auto fromId = static_cast<uint8_t>(fileIds.from), toId = static_cast<uint8_t>(fileIds.to);
+    if (muo) {
+        Wait_Start("Importing MUO file. Please wait.");
+        LoadMUO(source, fromId, toId, blocks.from, blocks.to);
+    } else if (sources[0] == "--uop") {
+        Wait_Start("Importing UOP file. Please wait.");
+        LoadUOP(source, fromId, toId, blocks.from, blocks.to);
+    } else {
+        Wait_Start("Importing Verdata. Please wait.");
+        LoadVerdata(source, fromId, toId, blocks.from, blocks.to);
+    }
     Wait_Stop();
     patch.MarkChanged();
     return patch.Finish();
@@ -45,12 +54,12 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
         {"import",
          "merge a patch source into the patch, within limits of FileID and block",
          {"import --patch P --muo F [--fileids A-B] [--blocks A-B] [--out FILE]",
-          "import --patch P (--uop F | --verdata F) [--fileids A-B] [--blocks A-B]   (not available yet)",
+          "import --patch P (--uop F | --verdata F) [--fileids A-B] [--blocks A-B] [--out FILE]",
           "import --patch P --type T --mul F [--idx F] [--blocks A-B]   (not available yet)"},
          {PatchOption(),
           {"--muo", "F", "a MUO patch file to merge"},
-          {"--uop", "F", "a UOP patch file to merge (not available yet)"},
-          {"--verdata", "F", "a verdata.mul to merge (not available yet)"},
+          {"--uop", "F", "a UOP patch file (version 4 or 5) to merge"},
+          {"--verdata", "F", "a verdata.mul to merge"},
           {"--type", "T", "import one type from the client's files (not available yet)"},
           {"--mul", "F", "with --type: the client's MUL file (not available yet)"},
           {"--idx", "F", "with --type: its index file (not available yet)"},

@@ -7,13 +7,6 @@
 namespace quillet::cli {
 
 void AddPendingCommands(std::vector<CommandSpec>& table) {
-    table.push_back({"export",
-                     "write the patch into D/verdata.mul by way of D/verdata.tmp, keeping the old file as "
-                     "D/verdata.bak",
-                     {"export --patch P --dir D"},
-                     {PatchOption(), {"--dir", "D", "the directory of verdata.mul"}},
-                     "",
-                     {}});
     table.push_back({"compare",
                      "add every block of a type that differs between two versions of a client file",
                      {"compare --patch P --type T --base-mul F [--base-idx F] --new-mul F [--new-idx F]"},

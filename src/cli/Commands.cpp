@@ -9,6 +9,7 @@ std::vector<CommandSpec> BuildCommandTable() {
     AddViewCommands(table);
     AddBlockCommands(table);
     AddImportCommands(table);
+    AddExportCommands(table);
     AddPendingCommands(table);
     AddSampleCommands(table);
     return table;

@@ -36,6 +36,7 @@ std::vector<CommandSpec> BuildCommandTable();
 void AddViewCommands(std::vector<CommandSpec>& table);     // info, list, hexdump
 void AddBlockCommands(std::vector<CommandSpec>& table);    // extract, replace, delete, flag
 void AddImportCommands(std::vector<CommandSpec>& table);   // import
+void AddExportCommands(std::vector<CommandSpec>& table);   // export
 void AddSampleCommands(std::vector<CommandSpec>& table);   // sample-client
 void AddPendingCommands(std::vector<CommandSpec>& table);  // export, compare, gump, render, client
 

@@ -1,0 +1,43 @@
+// export: the patch written into a new verdata.mul in the directory given,
+// as File, Export does it beside the program.
+#include <sys/stat.h>
+
+#include "cli/Commands.h"
+#include "cli/Session.h"
+#include "core/mWait.h"
+#include "formats/mVerdata.h"
+
+namespace quillet::cli {
+namespace {
+
+int RunExport(CommandContext& context) {
+    const std::string& dir = context.args.Required("--dir");
+    struct stat info {};
+    if (::stat(dir.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) throw CommandError(dir + ": no such directory");
+    PatchSession patch(context.args);
+    Wait_Start("Exporting to verdata. Please wait.");
+    const bool written = ExportVerdata(dir);
+    Wait_Stop();
+    const int status = patch.Finish();
+    return written ? status : 1;
+}
+
+}  // namespace
+
+void AddExportCommands(std::vector<CommandSpec>& table) {
+    table.push_back(
+        {"export",
+         "write the patch into D/verdata.mul by way of D/verdata.tmp, keeping the old file as D/verdata.bak",
+         {"export --patch P --dir D"},
+         {PatchOption(), {"--dir", "D", "the directory that holds the verdata.mul to rewrite"}},
+         "The new verdata.mul holds the entries of the old one followed by every block of the patch. It is "
+         "written as D/verdata.tmp first and takes the name verdata.mul only when complete, so verdata.mul "
+         "names a whole file at every moment. The old file is kept as D/verdata.bak; an older verdata.bak "
+         "is kept as D/verdata.N.bak (N the first free number from 1), so no backup is ever deleted. A "
+         "message that says the export did not happen (no blocks in the patch, no verdata.mul, a file that "
+         "cannot be opened or created) goes to stderr and makes the exit status 1. The patch file is not "
+         "changed.",
+         RunExport});
+}
+
+}  // namespace quillet::cli
