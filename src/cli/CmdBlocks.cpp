@@ -49,7 +49,7 @@ int RunReplace(CommandContext& context) {
 
 int RunDelete(CommandContext& context) {
     const ParsedArgs& args = context.args;
-    if (args.Has("--rect")) NotAvailableYet("delete --rect");
+    if (args.Has("--rect")) return RunDeleteRect(context);
     const int fileId = ParseType(args.Required("--type"));
     const BlockRange range = ParseRange(args.Required("--blocks"), "--blocks");
     PatchSession patch(args);
@@ -99,11 +99,13 @@ void AddBlockCommands(std::vector<CommandSpec>& table) {
     table.push_back({"delete",
                      "remove blocks from the patch",
                      {"delete --patch P --type T --blocks A-B [--out FILE]",
-                      "delete --patch P --type map|statics --rect X1,Y1,X2,Y2 [--out FILE]   (not available yet)"},
+                      "delete --patch P --type map|statics --rect X1,Y1,X2,Y2 [--out FILE]"},
                      {PatchOption(), TypeOption(),
                       {"--blocks", "A-B", "the blocks to remove (a range, or one number); blocks of the range "
                                           "that are not in the patch are passed over"},
-                      {"--rect", "X1,Y1,X2,Y2", "a rectangle of map or statics blocks (not available yet)"},
+                      {"--rect", "X1,Y1,X2,Y2", "a rectangle of map or statics blocks, the corners as pixels of the page's "
+                                                "picture (block = X * 512 + Y), in any order, both included; "
+                                                "what lies beyond the picture is cut off"},
                       OutOption()},
                      "The patch is saved only if a block was removed.",
                      RunDelete});

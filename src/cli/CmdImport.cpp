@@ -1,16 +1,44 @@
 // import: merges a patch source into the patch, with the limits of the
-// Import dialog. MUO, UOP and verdata sources.
+// Import dialog: MUO, UOP and verdata sources, or one file type from the
+// client's own MUL (and IDX) files.
 #include <sys/stat.h>
 
+#include "cli/CommandHelpers.h"
 #include "cli/Commands.h"
 #include "cli/Session.h"
+#include "core/mMuls.h"
 #include "core/mWait.h"
 #include "formats/mPatchMUO.h"
 #include "formats/mPatchUOP.h"
 #include "formats/mVerdata.h"
+#include "operations/mImport.h"
 
 namespace quillet::cli {
 namespace {
+
+// import --type: the Import dialog with a file type selected. Both files are
+// tested before anything starts, as the dialog does; Tiledata goes by its two
+// sections.
+int RunImportMUL(CommandContext& context) {
+    const ParsedArgs& args = context.args;
+    const int fileId = ParseType(args.Required("--type"));
+    if (args.Has("--fileids")) throw UsageError("--fileids goes with --muo, --uop and --verdata: --type imports one type");
+    const std::string& mul = args.Required("--mul");
+    const std::optional<std::string> idx = ClientIndexOption(args, "--idx", fileId);
+    const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or("0-400000"), "--blocks");
+    RequireReadableFile(mul);
+    if (idx) RequireReadableFile(*idx);
+
+    PatchSession patch(args);
+    Wait_Start("Importing MUL data. Please wait");
+    if (fileId == kTiledataFileID)
+        LoadTiledata(mul, blocks.from, blocks.to);
+    else
+        LoadMUL(mul, idx.value_or(""), static_cast<uint8_t>(fileId), blocks.from, blocks.to);
+    Wait_Stop();
+    patch.MarkChanged();
+    return patch.Finish();
+}
 
 int RunImport(CommandContext& context) {
     const ParsedArgs& args = context.args;
@@ -19,7 +47,7 @@ int RunImport(CommandContext& context) {
         if (args.Has(source)) sources.push_back(source);
     if (sources.empty()) throw UsageError("name a source: --muo, --uop, --verdata, or --type with --mul");
     if (sources.size() > 1) throw UsageError(sources[0] + " and " + sources[1] + " cannot be imported at once");
-    if (sources[0] == "--type") NotAvailableYet("import --type (from a MUL file)");
+    if (sources[0] == "--type") return RunImportMUL(context);
     if (args.Has("--mul") || args.Has("--idx")) throw UsageError("--mul and --idx go with --type");
 
     const bool muo = sources[0] == "--muo";
@@ -55,22 +83,31 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
          "merge a patch source into the patch, within limits of FileID and block",
          {"import --patch P --muo F [--fileids A-B] [--blocks A-B] [--out FILE]",
           "import --patch P (--uop F | --verdata F) [--fileids A-B] [--blocks A-B] [--out FILE]",
-          "import --patch P --type T --mul F [--idx F] [--blocks A-B]   (not available yet)"},
+          "import --patch P --type T --mul F [--idx F] [--blocks A-B] [--out FILE]"},
          {PatchOption(),
           {"--muo", "F", "a MUO patch file to merge"},
           {"--uop", "F", "a UOP patch file (version 4 or 5) to merge"},
           {"--verdata", "F", "a verdata.mul to merge"},
-          {"--type", "T", "import one type from the client's files (not available yet)"},
-          {"--mul", "F", "with --type: the client's MUL file (not available yet)"},
-          {"--idx", "F", "with --type: its index file (not available yet)"},
+          {"--type", "T", "import one type from the client's files"},
+          {"--mul", "F", "with --type: the client's MUL file"},
+          {"--idx", "F",
+           "with --type: its index file; needed by the types without a fixed block size, refused by the others "
+           "(Map, Tiledata, Hues, Radarcol)"},
           {"--fileids", "A-B", "take only entries whose FileID lies in the range (default 0-255)"},
-          {"--blocks", "A-B", "take only entries whose block lies in the range (default 0-400000)"},
+          {"--blocks", "A-B",
+           "take only entries whose block lies in the range (default 0-400000); with --type, the blocks to walk"},
           OutOption()},
          "The import adds to the patch: an entry replaces a block of the same type and number, all other "
          "blocks stay. An entry of a MUO file also sets its type's verdata flag (see flag --help), also when "
          "the limits leave it out. An entry whose block number is beyond its type is left out with a message "
          "on stderr, and the import goes on. A source that cannot be read as a MUO file is a failure (exit "
-         "status 1) and changes nothing.",
+         "status 1) and changes nothing.\n\n"
+         "With --type the import walks block numbers: every block of the range, up to the type's last, is "
+         "stored, and a block that the client's files have as empty becomes a present, empty block (Size -1), "
+         "so that an export carries the empty block too. An index record of Size -2 ends the walk there. Hues "
+         "groups are stored in the 1220-byte form of verdata.mul. Tiledata is read in its two sections, 836-byte "
+         "groups for blocks 0 to 511 and 1188-byte groups from byte 428032 for blocks 512 to 1023; the second "
+         "section is always taken from block 512 on, whatever the range's lower end, as the Import dialog does.",
          RunImport});
 }
 

@@ -1,5 +1,8 @@
 #include "cli/CommandHelpers.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "core/BlockRows.h"
 #include "core/mPatch.h"
 
@@ -18,6 +21,24 @@ int32_t ParseBlockOf(const ParsedArgs& args, int FileID) {
 std::string BlockName(int FileID, int32_t Block) {
     return FileTypes[static_cast<size_t>(FileID)].Name + " block " + std::to_string(Block) + " (0x" +
            HexText(static_cast<uint32_t>(Block)) + ")";
+}
+
+void RequireReadableFile(const std::string& path) {
+    struct stat info{};
+    if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) throw CommandError(path + ": no such file");
+    if (::access(path.c_str(), R_OK) != 0) throw CommandError(path + ": cannot be read");
+}
+
+std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::string& option, int FileID) {
+    const FileTypeRec& type = FileTypes[static_cast<size_t>(FileID)];
+    if (type.ConstantIndex != 0) {
+        if (args.Has(option))
+            throw UsageError(option + ": " + type.Name + " has no index file (its blocks have a fixed size)");
+        return std::nullopt;
+    }
+    if (!args.Has(option))
+        throw UsageError("missing " + option + ": " + type.Name + " blocks are found through an index file");
+    return args.Required(option);
 }
 
 void RequirePresent(int FileID, int32_t Block) {

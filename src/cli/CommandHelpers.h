@@ -2,6 +2,7 @@
 // Small pieces the command groups share: a block named on the command line
 // and the patch's answer about it.
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "cli/Args.h"
@@ -13,6 +14,14 @@ int32_t ParseBlockOf(const ParsedArgs& args, int FileID);
 
 // "Art block 26 (0x1A)": how messages name a block.
 std::string BlockName(int FileID, int32_t Block);
+
+// A CommandError unless path names a regular file that can be read.
+void RequireReadableFile(const std::string& path);
+
+// The index file of a type read from the client's files (import --type,
+// compare): required for a type found through an index, a usage error for a
+// type of fixed block size, which has none (then nothing is answered).
+std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::string& option, int FileID);
 
 // A CommandError unless the block is in the patch.
 void RequirePresent(int FileID, int32_t Block);

@@ -10,7 +10,10 @@ std::vector<CommandSpec> BuildCommandTable() {
     AddBlockCommands(table);
     AddImportCommands(table);
     AddExportCommands(table);
+    AddCompareCommands(table);
+    AddGumpCommands(table);
     AddPendingCommands(table);
+    AddPictureCommands(table);
     AddSampleCommands(table);
     return table;
 }

@@ -38,7 +38,13 @@ void AddBlockCommands(std::vector<CommandSpec>& table);    // extract, replace, 
 void AddImportCommands(std::vector<CommandSpec>& table);   // import
 void AddExportCommands(std::vector<CommandSpec>& table);   // export
 void AddSampleCommands(std::vector<CommandSpec>& table);   // sample-client
-void AddPendingCommands(std::vector<CommandSpec>& table);  // export, compare, gump, render, client
+void AddCompareCommands(std::vector<CommandSpec>& table);  // compare
+void AddGumpCommands(std::vector<CommandSpec>& table);     // gump
+void AddPendingCommands(std::vector<CommandSpec>& table);  // none at present
+void AddPictureCommands(std::vector<CommandSpec>& table);  // render, client
+
+// delete --rect: a rectangle of map or statics blocks (in the picture group).
+int RunDeleteRect(CommandContext& context);
 
 // The options every patch command has.
 OptionSpec PatchOption();

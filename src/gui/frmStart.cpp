@@ -21,7 +21,11 @@
 #include "FileDialogs.h"
 #include "Icons.h"
 #include "cWindow.h"
+#include "frmCompare.h"
+#include "frmExport.h"
+#include "frmGump.h"
 #include "frmHexView.h"
+#include "frmImport.h"
 #include "mMenu.h"
 #include "uLicense.h"
 #include "uScrollPicture.h"
@@ -177,12 +181,19 @@ void frmStart::CreateMenus() {
     mnuFile->addSeparator()->setObjectName("mnuT2");
     mnuImport = add("mnuImport", "&Import");
     mnuExport = add("mnuExport", "&Export");
+    mnuCompare = add("mnuCompare", "Compare...");
+    mnuGump = add("mnuGump", "Import gump...");
     mnuFile->addSeparator()->setObjectName("nbuT3");
     mnuQuit = add("mnuQuit", "Quit");
     connect(mnuNew, &QAction::triggered, this, [this] { mnuNew_Click(); });
     connect(mnuOpen, &QAction::triggered, this, [this] { mnuOpen_Click(); });
     connect(mnuSave, &QAction::triggered, this, [this] { mnuSave_Click(); });
     connect(mnuSaveAs, &QAction::triggered, this, [this] { mnuSaveAs_Click(); });
+    // The dialogs come into being at their command and go at their unload.
+    connect(mnuImport, &QAction::triggered, this, [this] { frmImport(this).exec(); });
+    connect(mnuExport, &QAction::triggered, this, [this] { frmExport(this).exec(); });
+    connect(mnuCompare, &QAction::triggered, this, [this] { frmCompare(this).exec(); });
+    connect(mnuGump, &QAction::triggered, this, [this] { frmGump(this).exec(); });
     connect(mnuQuit, &QAction::triggered, this, [this] { close(); });
 
     mnuPopup = new QMenu(this);

@@ -50,6 +50,8 @@ public:
     QAction* mnuSaveAs;
     QAction* mnuImport;
     QAction* mnuExport;
+    QAction* mnuCompare;
+    QAction* mnuGump;
     QAction* mnuQuit;
     QMenu* mnuPopup;
     std::array<QAction*, 10> mnuPop{};

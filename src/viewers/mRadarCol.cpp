@@ -10,17 +10,20 @@ namespace quillet {
 
 std::array<int32_t, 65536> RadarColors{};
 
-void LoadRadarCol() {
+void LoadRadarColFrom(const std::string& path) {
     try {
-        std::vector<uint8_t> raw(65536 * 2, 0);
+        // 65536 signed 16-bit entries in one read; a longer file is read only
+        // that far, and a missing or short one gives zeros, which are black.
+        std::vector<uint8_t> raw(RadarColors.size() * 2, 0);
         BinaryFile file;
-        if (file.Open(gUO.UO2DPath + "radarcol.mul", BinaryFile::Mode::Read))
-            file.ReadAt(0, raw.data(), raw.size());  // past the end: zeros, black entries
+        if (file.Open(path, BinaryFile::Mode::Read)) file.ReadAt(0, raw.data(), raw.size());
         for (size_t index = 0; index < RadarColors.size(); ++index)
             RadarColors[index] = ColorFrom555(LoadI16(&raw[index * 2]));
     } catch (...) {
         gError.Log("mRadarCol.LoadRadarCol");
     }
 }
+
+void LoadRadarCol() { LoadRadarColFrom(gUO.UO2DPath + "radarcol.mul"); }
 
 }  // namespace quillet

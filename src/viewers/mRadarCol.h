@@ -3,13 +3,21 @@
 // or static item number + 16384.
 #include <array>
 #include <cstdint>
+#include <string>
 
 namespace quillet {
 
+// Black (0) in every entry until LoadRadarCol has run. The patch's own
+// Radarcol blocks do not feed it: only the client's file does.
 extern std::array<int32_t, 65536> RadarColors;
 
-// Fills RadarColors from cUO.UO2DPath + "radarcol.mul". A missing or short
+// Fills RadarColors from cUO.UO2DPath + "radarcol.mul" (a bare file name in
+// the current directory when the client was not found). A missing or short
 // file leaves the entries it lacks black.
 void LoadRadarCol();
+
+// The same from a radar colour file named by the user (the CLI's --radarcol).
+// Failures are logged as "mRadarCol.LoadRadarCol".
+void LoadRadarColFrom(const std::string& path);
 
 }  // namespace quillet

@@ -93,13 +93,9 @@ expect_status 2 "$cli" import --patch "$patch" --muo "$src" --blocks 30-20
 expect_status 2 "$cli" import --patch "$patch" --muo "$src" --blocks 1-x
 expect_status 2 "$cli" import --patch "$patch"
 expect_status 2 "$cli" import --patch "$patch" --muo "$src" --uop "$src"
-# The sources that are not built yet say so.
-for source in --uop --verdata; do
-  expect_status 2 "$cli" import --patch "$patch" $source "$src"
-  case $err in *"not available yet"*) ;; *) fail "import $source: $err" ;; esac
-done
-expect_status 2 "$cli" import --patch "$patch" --type art --mul "$src"
-case $err in *"not available yet"*) ;; *) fail "import --type: $err" ;; esac
+# --mul without --type, and --type without --mul.
+expect_status 2 "$cli" import --patch "$patch" --muo "$src" --mul "$src"
+expect_status 2 "$cli" import --patch "$patch" --type art
 cmp "$patch" "$scratch/original.muo" || fail "a usage error changed the patch"
 
 expect_no_leftovers

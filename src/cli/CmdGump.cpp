@@ -1,0 +1,60 @@
+// gump: the gump import. A BMP, JPG or GIF picture becomes one Gumps block.
+// The pictures are read with QtGui; a build without it has the command, but
+// it says that it cannot run.
+#include "cli/CommandHelpers.h"
+#include "cli/Commands.h"
+#include "cli/Session.h"
+#include "core/mMuls.h"
+#include "core/mWait.h"
+#include "operations/mGumps.h"
+
+#ifdef QUILLET_HAVE_QTGUI
+#include "cli/QImagePixels.h"
+#endif
+
+namespace quillet::cli {
+namespace {
+
+int RunGump(CommandContext& context) {
+#ifndef QUILLET_HAVE_QTGUI
+    (void)context;
+    throw CommandError("gump is not available: this quillet-cli was built without QtGui, which reads the pictures");
+#else
+    const ParsedArgs& args = context.args;
+    const std::string& path = args.Required("--picture");
+    const auto block = static_cast<int32_t>(
+        ParseNumber(args.Required("--index"), "--index", FileTypes[kGumpsFileID].NbrOfBlocks));
+    RequireReadableFile(path);
+    QImage image;
+    std::string error;
+    if (!ReadPicture(path, image, error)) throw CommandError(path + ": " + error);
+    const QImagePixels picture(image);
+
+    PatchSession patch(args);
+    Wait_Start("Converting picture to gump. Please wait.");
+    Gump_LoadBMP(picture, block);
+    Wait_Stop();
+    patch.MarkChanged();
+    return patch.Finish();
+#endif
+}
+
+}  // namespace
+
+void AddGumpCommands(std::vector<CommandSpec>& table) {
+    table.push_back(
+        {"gump",
+         "convert a BMP, JPG or GIF picture into a Gumps block",
+         {"gump --patch P --picture IMG --index N [--out FILE]"},
+         {PatchOption(), {"--picture", "IMG", "the picture: BMP, JPG or GIF, told by its content"},
+          {"--index", "N", "the Gumps block number, 0 to 65535 (decimal, or 0x hex)"}, OutOption()},
+         "The picture is stored in the client's run-length form: a table of row starts, then for each row "
+         "runs of one colour, with the width and the height in the block's extra word (width in the high 16 "
+         "bits). Colours are cut to the client's 5 bits a channel; there is no transparent colour. A block of "
+         "that number in the patch is replaced. A file that is not a picture of these kinds is a failure "
+         "(exit status 1); so is a picture wider or higher than 32767 pixels, which the extra word cannot "
+         "hold. Either way the patch is not changed.",
+         RunGump});
+}
+
+}  // namespace quillet::cli

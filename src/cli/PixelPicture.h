@@ -1,0 +1,44 @@
+#pragma once
+// The CLI's picture page: a 768 by 512 picture in plain memory that the
+// drawing procedures draw into as they draw into the GUI's uScrollPicture,
+// and that is written out as a PNG file.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "viewers/Canvas.h"
+
+namespace quillet::cli {
+
+class PixelPicture : public PictureSurface {
+public:
+    static constexpr int32_t kWidth = 768;
+    static constexpr int32_t kHeight = 512;
+    // The background: light grey with channels of 239, which no radar colour
+    // has (their channels are multiples of 8), so an absent block is never
+    // taken for a coloured one.
+    static constexpr uint32_t kBackground = 0xFFEFEFEFu;
+
+    PixelPicture();
+
+    void Cls() override;
+    // Keeps what is drawn so far as the picture to write.
+    void Refresh() override;
+    Canvas hDC() override;
+
+    // Refresh has been called since the last Cls: the drawing was complete.
+    bool Shown() const { return shown_; }
+    // The picture as last shown, 0xFFRRGGBB per pixel, row by row.
+    const std::vector<uint32_t>& ShownPixels() const { return shownPixels_; }
+
+private:
+    std::vector<uint32_t> pixels_;
+    std::vector<uint32_t> shownPixels_;
+    bool shown_ = false;
+};
+
+// Writes the shown picture as a PNG file, by way of a temporary file beside
+// it; answers false with the reason in error.
+bool WritePng(const PixelPicture& picture, const std::string& path, std::string& error);
+
+}  // namespace quillet::cli

@@ -1,0 +1,62 @@
+#pragma once
+// The Compare dialog: two versions of one client file, the base set and the
+// altered set, and the blocks that differ go into the patch. Only the file
+// types are offered; the IDX rows show for the types that have an index.
+#include <QDialog>
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QStatusBar;
+
+namespace quillet {
+
+class frmCompare : public QDialog {
+    Q_OBJECT
+public:
+    explicit frmCompare(QWidget* parent = nullptr);
+    ~frmCompare() override;
+
+    bool Unloaded() const { return unloaded_; }
+
+    void cboMULType_Change();
+    void cmdMUL1_Click();
+    void cmdMUL2_Click();
+    void cmdIDX1_Click();
+    void cmdIDX2_Click();
+    void cmdCompare_Click();
+    void cmdCancel_Click();
+
+    QLabel* Label15;
+    QLabel* Label1;
+    QComboBox* cboMULType;
+    QLabel* Label5;
+    QLabel* Label2;
+    QLineEdit* txtMUL1;
+    QPushButton* cmdMUL1;
+    QLabel* lblIDX1;
+    QLineEdit* txtIDX1;
+    QPushButton* cmdIDX1;
+    QLabel* Label6;
+    QLabel* Label3;
+    QLineEdit* txtMUL2;
+    QPushButton* cmdMUL2;
+    QLabel* lblIDX2;
+    QLineEdit* txtIDX2;
+    QPushButton* cmdIDX2;
+    QPushButton* cmdCompare;
+    QPushButton* cmdCancel;
+    QStatusBar* StatusBar1;
+
+protected:
+    void done(int result) override;
+
+private:
+    bool SelectedHasIndex() const;
+    void BrowseMUL(QLineEdit* box);
+    void BrowseIDX(QLineEdit* box);
+    bool unloaded_ = false;
+};
+
+}  // namespace quillet

@@ -1,0 +1,103 @@
+#include "frmExport.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QStatusBar>
+
+#include "cWindow.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "formats/mVerdata.h"
+
+namespace quillet {
+
+namespace {
+
+constexpr int kBoxHeight = 315;     // twips: the drop-down list
+constexpr int kButtonHeight = 375;  // twips: the dialog's commands
+constexpr int kVerdata = 301;       // the item data that stands for verdata, as in the Import dialog
+
+QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top, bool bold = false) {
+    auto* label = new QLabel(caption, form);
+    label->setObjectName(name);
+    if (bold) {
+        QFont font = label->font();
+        font.setBold(true);
+        label->setFont(font);
+    }
+    label->adjustSize();
+    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
+    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    return label;
+}
+
+QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, int left, int top, int width) {
+    auto* button = new QPushButton(caption, form);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    button->setGeometry(Px(left), Px(top), Px(width), Px(kButtonHeight));
+    return button;
+}
+
+}  // namespace
+
+frmExport::frmExport(QWidget* parent) : QDialog(parent) {
+    setObjectName("frmExport");
+    setWindowTitle("Export");
+    setModal(true);
+    setFixedSize(Px(7515), Px(1695));
+
+    Label15 = MakeLabel(this, "Label15", "Select filetype:", 120, 240, true);
+    Label5 = MakeLabel(this, "Label5", "Filetype:", 360, 600);
+    cboMULType = new QComboBox(this);
+    cboMULType->setObjectName("cboMULType");
+    cboMULType->setEditable(false);
+    cboMULType->setGeometry(Px(1800), Px(540), Px(3915), Px(kBoxHeight));
+    cmdExport = MakeButton(this, "cmdExport", "Export", 6060, 120, 1335);
+    cmdExport->setDefault(true);
+    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 6060, 600, 1335);
+    StatusBar1 = new QStatusBar(this);
+    StatusBar1->setObjectName("StatusBar1");
+    StatusBar1->setSizeGripEnabled(false);
+    const int barHeight = StatusBar1->sizeHint().height();
+    StatusBar1->setGeometry(0, height() - barHeight, width(), barHeight);
+
+    connect(cmdExport, &QPushButton::clicked, this, [this] { cmdExport_Click(); });
+    connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });
+
+    // The form's load.
+    cboMULType->clear();
+    cboMULType->addItem("Verdata (Verdata.mul)", kVerdata);
+    cboMULType->setCurrentIndex(0);
+    gWindow.wLoad(this, false);
+}
+
+frmExport::~frmExport() = default;
+
+void frmExport::cmdExport_Click() {
+    // The list is not read: verdata is all there is. ExportVerdata tells the
+    // user of its own failures; the dialog closes whatever the outcome, and
+    // as an export does not change the patch, nothing is refreshed.
+    hide();
+    Wait_Start("Exporting to verdata. Please wait.");
+    try {
+        ExportVerdata(gFileIO.exepath);
+    } catch (...) {
+        gError.Log("frmExport.cmdExport_Click");
+    }
+    Wait_Stop();
+    done(QDialog::Accepted);
+}
+
+void frmExport::cmdCancel_Click() { done(QDialog::Rejected); }
+
+void frmExport::done(int result) {
+    if (!unloaded_) {
+        unloaded_ = true;
+        gWindow.wSave(this);
+    }
+    QDialog::done(result);
+}
+
+}  // namespace quillet

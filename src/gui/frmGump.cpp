@@ -1,0 +1,132 @@
+#include "frmGump.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include "FileDialogs.h"
+#include "QImagePixels.h"
+#include "cWindow.h"
+#include "mMenu.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "operations/mGumps.h"
+#include "support/cConvert.h"
+
+namespace quillet {
+
+namespace {
+
+constexpr int kBoxHeight = 315;     // twips: text box, "..." button
+constexpr int kButtonHeight = 375;  // twips: the dialog's commands
+// The design gives the width only; this height holds the two rows and the
+// buttons with the same margin below as above.
+constexpr int kClientHeight = 1500;
+
+QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top) {
+    auto* label = new QLabel(caption, form);
+    label->setObjectName(name);
+    label->adjustSize();
+    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
+    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    return label;
+}
+
+QLineEdit* MakeText(QWidget* form, const char* name, const char* text, int left, int top, int width) {
+    auto* edit = new QLineEdit(text, form);
+    edit->setObjectName(name);
+    edit->setGeometry(Px(left), Px(top), Px(width), Px(kBoxHeight));
+    return edit;
+}
+
+QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, int left, int top, int width,
+                        int height) {
+    auto* button = new QPushButton(caption, form);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    button->setGeometry(Px(left), Px(top), Px(width), Px(height));
+    return button;
+}
+
+}  // namespace
+
+frmGump::frmGump(QWidget* parent) : QDialog(parent) {
+    setObjectName("frmGump");
+    setWindowTitle("Import gump");
+    setModal(true);
+    setFixedSize(Px(6315), Px(kClientHeight));
+
+    Label1 = MakeLabel(this, "Label1", "Gump index:", 240, 300);
+    txtIndex = MakeText(this, "txtIndex", "0x00", 1440, 300, 3075);
+    Label2 = MakeLabel(this, "Label2", "Picture:", 240, 960);
+    txtPicture = MakeText(this, "txtPicture", "", 1440, 960, 2655);
+    cmdPicture = MakeButton(this, "cmdPicture", "...", 4140, 960, 375, kBoxHeight);
+    cmdImport = MakeButton(this, "cmdImport", "Import", 4800, 180, 1275, kButtonHeight);
+    cmdImport->setDefault(true);
+    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 4800, 660, 1275, kButtonHeight);
+
+    connect(cmdPicture, &QPushButton::clicked, this, [this] { cmdPicture_Click(); });
+    connect(cmdImport, &QPushButton::clicked, this, [this] { cmdImport_Click(); });
+    connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });
+
+    gWindow.wLoad(this, false);
+}
+
+frmGump::~frmGump() = default;
+
+void frmGump::cmdPicture_Click() {
+    const QString path =
+        OpenDialog(this, "BMP picture (*.BMP)|*.bmp|JPG picture (*.JPG)|*.jpg|GIF Picture (*.gif)|*.gif",
+                   "Open picture", QString::fromStdString(gFileIO.exepath));
+    if (!path.isEmpty() && gFileIO.FileExist(path.toStdString())) txtPicture->setText(path);
+}
+
+void frmGump::cmdImport_Click() {
+    const QString path = txtPicture->text();
+    // A missing file ends the click without a word: the dialog stays.
+    if (!gFileIO.FileExist(path.toStdString())) return;
+    // The reader goes by the file's content, not its name.
+    QImage picture;
+    if (!picture.load(path)) {
+        MsgBox("The file " + path.toStdString() +
+               " could not be read as a picture. A gump is made from a BMP, JPG or GIF file.");
+        return;
+    }
+    picGump = picture;
+    int32_t block = 0;
+    try {
+        block = ParseBlockIndex(txtIndex->text().toStdString());
+    } catch (...) {
+        gError.Log("frmGump.cmdImport_Click");
+        MsgBox("The gump index \"" + txtIndex->text().toStdString() +
+               "\" is out of range: gump numbers go from 0 to 65535 (0x0 to 0xFFFF).");
+        txtIndex->setFocus();
+        txtIndex->selectAll();
+        return;
+    }
+
+    Wait_Start("Converting picture to gump. Please wait.");
+    try {
+        const QImagePixels pixels(picGump);
+        Gump_LoadBMP(pixels, block);
+    } catch (...) {
+        // Gump_LoadBMP handles its own failures; anything else still ends
+        // the wait and closes the dialog.
+        gError.Log("frmGump.cmdImport_Click");
+    }
+    Wait_Stop();
+    MenuRefresh();
+    done(QDialog::Accepted);
+}
+
+void frmGump::cmdCancel_Click() { done(QDialog::Rejected); }
+
+void frmGump::done(int result) {
+    if (!unloaded_) {
+        unloaded_ = true;
+        gWindow.wSave(this);
+    }
+    QDialog::done(result);
+}
+
+}  // namespace quillet

@@ -1,0 +1,273 @@
+#include "frmImport.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QStatusBar>
+
+#include "FileDialogs.h"
+#include "cWindow.h"
+#include "mMenu.h"
+#include "core/mMuls.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "formats/mPatchMUO.h"
+#include "formats/mPatchUOP.h"
+#include "formats/mVerdata.h"
+#include "operations/mImport.h"
+#include "support/cConvert.h"
+
+namespace quillet {
+
+namespace {
+
+// Heights the design leaves to the controls' kind, in twips.
+constexpr int kBoxHeight = 315;     // text box, drop-down list, "..." button
+constexpr int kButtonHeight = 375;  // the dialog's commands
+constexpr int kTiledata = 30;
+
+QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top, bool bold = false) {
+    auto* label = new QLabel(caption, form);
+    label->setObjectName(name);
+    if (bold) {
+        QFont font = label->font();
+        font.setBold(true);
+        label->setFont(font);
+    }
+    label->adjustSize();
+    // A label stands beside the boxes of its row, centred on them.
+    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
+    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    return label;
+}
+
+QLineEdit* MakeText(QWidget* form, const char* name, const char* text, int left, int top, int width) {
+    auto* edit = new QLineEdit(text, form);
+    edit->setObjectName(name);
+    edit->setGeometry(Px(left), Px(top), Px(width), Px(kBoxHeight));
+    return edit;
+}
+
+QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, int left, int top, int width,
+                        int height) {
+    auto* button = new QPushButton(caption, form);
+    button->setObjectName(name);
+    button->setAutoDefault(false);
+    button->setGeometry(Px(left), Px(top), Px(width), Px(height));
+    return button;
+}
+
+std::string Text(const QLineEdit* edit) { return edit->text().toStdString(); }
+
+// The parse of one limit box; a value that does not fit its range names the
+// box, so the handler can point the user at it.
+struct LimitError {
+    QLineEdit* box;
+    const char* range;
+};
+
+int32_t BlockLimit(QLineEdit* box) {
+    try {
+        return ParseLongPrefix(Text(box));
+    } catch (...) {
+        throw LimitError{box, "block numbers go from -2147483648 to 2147483647"};
+    }
+}
+
+uint8_t FileIDLimit(QLineEdit* box) {
+    try {
+        return ParseBytePrefix(Text(box));
+    } catch (...) {
+        throw LimitError{box, "fileIDs go from 0 to 255"};
+    }
+}
+
+}  // namespace
+
+frmImport::frmImport(QWidget* parent) : QDialog(parent) {
+    setObjectName("frmImport");
+    setWindowTitle("Import");
+    setModal(true);
+    setFixedSize(Px(7650), Px(4320));
+
+    Label15 = MakeLabel(this, "Label15", "Select filetype:", 240, 240, true);
+    Label5 = MakeLabel(this, "Label5", "Filetype:", 480, 600);
+    cboMULType = new QComboBox(this);
+    cboMULType->setObjectName("cboMULType");
+    cboMULType->setEditable(false);
+    cboMULType->setGeometry(Px(1920), Px(540), Px(3915), Px(kBoxHeight));
+    Label6 = MakeLabel(this, "Label6", "Select files to import from:", 240, 1200, true);
+    lblMUL = MakeLabel(this, "lblMUL", "MUL:", 480, 1560);
+    txtMUL = MakeText(this, "txtMUL", "", 1920, 1560, 3435);
+    cmdMUL = MakeButton(this, "cmdMUL", "...", 5460, 1560, 375, kBoxHeight);
+    lblIDX = MakeLabel(this, "lblIDX", "IDX:", 480, 1980);
+    txtIDX = MakeText(this, "txtIDX", "", 1920, 1980, 3435);
+    cmdIDX = MakeButton(this, "cmdIDX", "...", 5460, 1980, 375, kBoxHeight);
+    Label1 = MakeLabel(this, "Label1", "Limit range:", 240, 2520, true);
+    lblFileID = MakeLabel(this, "lblFileID", "Limit to fileID:", 420, 2880);
+    txtFileIDFrom = MakeText(this, "txtFileIDFrom", "0", 1860, 2880, 1155);
+    lblFileIDTo = MakeLabel(this, "lblFileIDTo", "->", 3240, 2880);
+    txtFileIDTo = MakeText(this, "txtFileIDTo", "255", 3660, 2880, 1155);
+    Label3 = MakeLabel(this, "Label3", "Limit to block:", 420, 3300);
+    txtBlockFrom = MakeText(this, "txtBlockFrom", "0", 1860, 3300, 1155);
+    Label4 = MakeLabel(this, "Label4", "->", 3240, 3300);
+    txtBlockTo = MakeText(this, "txtBlockTo", "400000", 3660, 3300, 1155);
+    cmdImport = MakeButton(this, "cmdImport", "Import", 6180, 120, 1335, kButtonHeight);
+    cmdImport->setDefault(true);
+    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 6180, 600, 1335, kButtonHeight);
+    StatusBar1 = new QStatusBar(this);
+    StatusBar1->setObjectName("StatusBar1");
+    StatusBar1->setSizeGripEnabled(false);
+    const int barHeight = StatusBar1->sizeHint().height();
+    StatusBar1->setGeometry(0, height() - barHeight, width(), barHeight);
+
+    connect(cboMULType, &QComboBox::currentIndexChanged, this, [this] { cboMULType_Change(); });
+    connect(cboMULType, &QComboBox::activated, this, [this] { cboMULType_Change(); });
+    connect(cmdMUL, &QPushButton::clicked, this, [this] { cmdMUL_Click(); });
+    connect(cmdIDX, &QPushButton::clicked, this, [this] { cmdIDX_Click(); });
+    connect(cmdImport, &QPushButton::clicked, this, [this] { cmdImport_Click(); });
+    connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });
+
+    // The form's load: the patch sources first, then the file types.
+    cboMULType->clear();
+    cboMULType->addItem("MUO Patchfile (*.MUO)", kMUO);
+    cboMULType->addItem("Verdata (Verdata.mul)", kVerdata);
+    cboMULType->addItem("UOP Patchfile (*.UOP)", kUOP);
+    for (int id = 0; id <= 200; ++id) {
+        const FileTypeRec& row = FileTypes[static_cast<size_t>(id)];
+        if (row.Name.empty()) continue;
+        cboMULType->addItem(QString::fromStdString(row.Name) + " (" + QString::number(id) + ")", id);
+    }
+    cboMULType->setCurrentIndex(0);
+    cboMULType_Change();
+    gWindow.wLoad(this, false);
+}
+
+frmImport::~frmImport() = default;
+
+int frmImport::SelectedItemData() const { return cboMULType->currentData().toInt(); }
+
+void frmImport::cboMULType_Change() {
+    const int item = SelectedItemData();
+    bool idx = false;
+    bool fileIDs = false;
+    if (item >= kUOP) {
+        fileIDs = true;
+    } else if (item >= 0 && item < kFileIDs) {
+        idx = FileTypes[static_cast<size_t>(item)].ConstantIndex == 0;
+    }
+    for (QWidget* control : {static_cast<QWidget*>(txtIDX), static_cast<QWidget*>(lblIDX),
+                             static_cast<QWidget*>(cmdIDX)})
+        control->setVisible(idx);
+    for (QWidget* control : {static_cast<QWidget*>(txtFileIDFrom), static_cast<QWidget*>(txtFileIDTo),
+                             static_cast<QWidget*>(lblFileID), static_cast<QWidget*>(lblFileIDTo)})
+        control->setVisible(fileIDs);
+}
+
+void frmImport::cmdMUL_Click() {
+    QString title = "Import from mul file";
+    QString filter = "Mul file (*.mul) |*.mul";
+    switch (cboMULType->currentIndex()) {
+        case 0:
+            title = "Patchfile";
+            filter = "Patchfile (*.muo) |*.muo";
+            break;
+        case 1:
+            title = "Verdata.mul";
+            filter = "Verdata (*.mul) |*.mul";
+            break;
+        case 2:
+            title = "Patchfile";
+            filter = "Patchfile (*.uop) |*.uop";
+            break;
+        default: break;
+    }
+    const QString path = OpenDialog(this, filter, title, QString::fromStdString(gFileIO.exepath));
+    if (!path.isEmpty()) txtMUL->setText(path);
+}
+
+void frmImport::cmdIDX_Click() {
+    const QString path = OpenDialog(this, "MUL index (*.idx)|*.idx|MUL index (*.mul)|*.mul", "Open MUL index",
+                                    QString::fromStdString(gFileIO.exepath));
+    if (!path.isEmpty() && gFileIO.FileExist(path.toStdString())) txtIDX->setText(path);
+}
+
+void frmImport::cmdImport_Click() {
+    const int item = SelectedItemData();
+    const std::string mul = Text(txtMUL);
+    // A file that is missing ends the click without a word: the dialog stays.
+    if (!gFileIO.FileExist(mul)) return;
+    const char* waitText = "Importing MUL data. Please wait";
+    if (item == kUOP) {
+        waitText = "Importing UOP file. Please wait.";
+    } else if (item == kVerdata) {
+        waitText = "Importing Verdata. Please wait.";
+    } else if (item == kMUO) {
+        waitText = "Importing MUO file. Please wait.";
+    } else if (item != kTiledata) {
+        if (item < 0 || item >= kFileIDs) return;
+        if (FileTypes[static_cast<size_t>(item)].ConstantIndex == 0 && !gFileIO.FileExist(Text(txtIDX))) return;
+    }
+
+    // The limits are read before the dialog goes out of sight: a limit that
+    // does not fit its range is shown to the user with the dialog still open,
+    // and no wait begins. A hidden box is not read.
+    uint8_t fromFileID = 0;
+    uint8_t toFileID = 255;
+    int32_t fromBlock = 0;
+    int32_t toBlock = 0;
+    try {
+        if (item >= kUOP) {
+            fromFileID = FileIDLimit(txtFileIDFrom);
+            toFileID = FileIDLimit(txtFileIDTo);
+        }
+        fromBlock = BlockLimit(txtBlockFrom);
+        toBlock = BlockLimit(txtBlockTo);
+    } catch (const LimitError& error) {
+        gError.Log("frmImport.cmdImport_Click",
+                   "Overflow in " + error.box->objectName().toStdString() + " (\"" + Text(error.box) + "\")");
+        MsgBox("The limit \"" + Text(error.box) + "\" is out of range: " + error.range + ".");
+        error.box->setFocus();
+        error.box->selectAll();
+        return;
+    }
+
+    hide();
+    Wait_Start(waitText);
+    try {
+        const std::string idx = Text(txtIDX);
+        if (item == kUOP) {
+            LoadUOP(mul, fromFileID, toFileID, fromBlock, toBlock);
+        } else if (item == kVerdata) {
+            LoadVerdata(mul, fromFileID, toFileID, fromBlock, toBlock);
+        } else if (item == kMUO) {
+            LoadMUO(mul, fromFileID, toFileID, fromBlock, toBlock);
+        } else if (item == kTiledata) {
+            LoadTiledata(mul, fromBlock, toBlock);
+        } else {
+            LoadMUL(mul, idx, static_cast<uint8_t>(item), fromBlock, toBlock);
+        }
+    } catch (...) {
+        // The loaders handle their own failures; anything else still ends
+        // the wait and closes the dialog on what was stored so far.
+        gError.Log("frmImport.cmdImport_Click");
+    }
+    Wait_Stop();
+    MenuRefresh();
+    done(QDialog::Accepted);
+}
+
+void frmImport::cmdCancel_Click() { done(QDialog::Rejected); }
+
+void frmImport::done(int result) {
+    // The form's unload, whichever way it comes: the buttons, Escape, the
+    // window's close box.
+    if (!unloaded_) {
+        unloaded_ = true;
+        gWindow.wSave(this);
+    }
+    QDialog::done(result);
+}
+
+}  // namespace quillet

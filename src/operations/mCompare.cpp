@@ -1,0 +1,93 @@
+// CompareMUL and SameBytes of mMuls: a patch of what differs between two
+// versions of one client file type.
+#include "core/Checked.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "formats/cMUL.h"
+#include "operations/mImport.h"
+
+namespace quillet {
+namespace {
+
+// The block in hand from each side, each in an array that the next block reuses.
+struct CompareBuffers {
+    ByteArray base;
+    ByteArray altered;
+    ByteArray hues;
+};
+
+// Sizes decide first; bytes only when both sides have the same size above 0.
+// So two empty blocks are equal only with the same size: -1 against 0 differs.
+bool Differs(int32_t Size1, const ByteArray& Bytes1, int32_t Size2, const ByteArray& Bytes2) {
+    if (Size1 != Size2) return true;
+    if (Size1 > 0) return !SameBytes(Bytes1, Bytes2);
+    return false;
+}
+
+// Walks First..Last (inclusive) on both open objects, reading index Block - IndexBase.
+void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int32_t Last, int32_t IndexBase,
+                  CompareBuffers& buffers, CountingPoint& progress) {
+    for (int64_t block = First; block <= Last; ++block) {
+        const int32_t number = ToLong(block);
+        const int32_t index = SubLong(number, IndexBase);
+        int32_t extra1 = 0;
+        int32_t extra2 = 0;
+        const int32_t size1 = base.cLoad(index, extra1, buffers.base);
+        const int32_t size2 = altered.cLoad(index, extra2, buffers.altered);
+        // An equal block leaves its slot alone, whatever the patch holds there;
+        // the extra words take no part in the decision.
+        if (Differs(size1, buffers.base, size2, buffers.altered)) {
+            if (size2 < 1)
+                StoreBlock(FileID, number, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
+            else
+                StoreMULBlock(FileID, number, size2, extra2, buffers.altered, buffers.hues);
+        }
+        progress.Tick(number);
+    }
+}
+
+}  // namespace
+
+bool SameBytes(const ByteArray& First, const ByteArray& Second) {
+    for (size_t i = 0; i < First.size(); ++i)
+        if (First[i] != At(Second, static_cast<int64_t>(i))) return false;
+    return true;
+}
+
+void CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
+                const std::string& IDXFilename2, uint8_t FileID) {
+    try {
+        if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) return;
+        const FileTypeRec& type = FileTypes[FileID];
+        cMUL base;
+        cMUL altered;
+        CompareBuffers buffers;
+        CountingPoint progress(type.NbrOfBlocks);
+        if (FileID == kTiledataFileID) {
+            // The tile data file by its two sections; both objects are opened
+            // and closed once for each.
+            for (const TiledataSection& section : kTiledataSections) {
+                const int32_t blocks = section.LastBlock - section.FirstBlock;
+                base.cOpen("", MULFilename1, section.BlockSize, blocks, section.Start);
+                altered.cOpen("", MULFilename2, section.BlockSize, blocks, section.Start);
+                CompareRange(base, altered, FileID, section.FirstBlock, section.LastBlock, section.FirstBlock,
+                             buffers, progress);
+                base.cClose();
+                altered.cClose();
+            }
+        } else {
+            base.cOpen(IDXFilename1, MULFilename1, type.ConstantIndex, type.NbrOfBlocks, 0);
+            altered.cOpen(IDXFilename2, MULFilename2, type.ConstantIndex, type.NbrOfBlocks, 0);
+            CompareRange(base, altered, FileID, 0, type.NbrOfBlocks, 0, buffers, progress);
+            base.cClose();
+            altered.cClose();
+        }
+        RecountBlocks(FileID);
+    } catch (...) {
+        gError.Log("mMuls.CompareMUL");
+    }
+}
+
+}  // namespace quillet

@@ -1,0 +1,104 @@
+#include "operations/mImport.h"
+
+#include "core/Checked.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "formats/cMUL.h"
+#include "formats/mHues.h"
+
+namespace quillet {
+namespace {
+
+// An index record of this Size ends the import at its block.
+constexpr int32_t kStopSize = -2;
+
+// One walked block as the import stores it: with its bytes, or present and
+// empty with Size -1 whatever non-positive size the source gave.
+void StoreImported(uint8_t FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& Bytes,
+                   ByteArray& HueBuffer) {
+    if (Size > 0)
+        StoreMULBlock(FileID, Block, Size, Extra, Bytes, HueBuffer);
+    else
+        StoreBlock(FileID, Block, -1, Extra, nullptr);
+}
+
+// Walks First..Last (inclusive) on an open cMUL, reading index Block -
+// IndexBase, until a Size of -2 ends the walk.
+void ImportRange(cMUL& mul, uint8_t FileID, int64_t First, int64_t Last, int32_t IndexBase,
+                 CountingPoint& progress) {
+    ByteArray bytes;
+    ByteArray hues;
+    for (int64_t block = First; block <= Last; ++block) {
+        const int32_t number = ToLong(block);
+        int32_t extra = 0;
+        const int32_t size = mul.cLoad(SubLong(number, IndexBase), extra, bytes);
+        if (size == kStopSize) return;
+        StoreImported(FileID, number, size, extra, bytes, hues);
+        progress.Tick(number);
+    }
+}
+
+}  // namespace
+
+void StoreMULBlock(uint8_t FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& Bytes,
+                   ByteArray& HueBuffer) {
+    if (FileID != kHuesFileID) {
+        if (static_cast<int64_t>(Bytes.size()) < Size) Fail(kSubscript);
+        StoreBlock(FileID, Block, Size, Extra, Bytes);
+        return;
+    }
+    // The size the source gave is not used: the patch holds the verdata form.
+    HueBuffer.clear();
+    ToVerdataHues(Bytes, HueBuffer);
+    if (HueBuffer.size() != static_cast<size_t>(kVerdataHueGroupSize))
+        Fail("Hues block " + std::to_string(Block) + " could not be converted");
+    StoreBlock(FileID, Block, kVerdataHueGroupSize, Extra, HueBuffer);
+}
+
+void LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uint8_t FileID, int32_t FromBlock,
+             int32_t ToBlock) {
+    try {
+        if (!gFileIO.FileExist(MULFilename)) return;
+        const FileTypeRec& type = FileTypes[FileID];
+        cMUL mul;
+        mul.cOpen(IDXFilename, MULFilename, type.ConstantIndex, type.NbrOfBlocks, 0);
+        CountingPoint progress(type.NbrOfBlocks);
+        const int64_t last = ToBlock < type.NbrOfBlocks ? ToBlock : type.NbrOfBlocks;
+        ImportRange(mul, FileID, FromBlock, last, 0, progress);
+        mul.cClose();
+        RecountBlocks(FileID);
+    } catch (...) {
+        gError.Log("mMuls.LoadMUL");
+    }
+}
+
+void LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock) {
+    try {
+        if (!gFileIO.FileExist(MULFilename)) return;
+        // One object serves both sections, opened and closed once for each.
+        cMUL mul;
+        CountingPoint progress(FileTypes[kTiledataFileID].NbrOfBlocks);
+        const TiledataSection& land = kTiledataSections[0];
+        const TiledataSection& statics = kTiledataSections[1];
+        if (FromBlock < statics.FirstBlock) {
+            mul.cOpen("", MULFilename, land.BlockSize, land.LastBlock - land.FirstBlock, land.Start);
+            const int64_t last = ToBlock < land.LastBlock ? ToBlock : land.LastBlock;
+            ImportRange(mul, kTiledataFileID, FromBlock, last, land.FirstBlock, progress);
+            mul.cClose();
+        }
+        // The second section always begins at its first group.
+        if (ToBlock >= statics.FirstBlock) {
+            mul.cOpen("", MULFilename, statics.BlockSize, statics.LastBlock - statics.FirstBlock, statics.Start);
+            const int64_t last = ToBlock < statics.LastBlock ? ToBlock : statics.LastBlock;
+            ImportRange(mul, kTiledataFileID, statics.FirstBlock, last, statics.FirstBlock, progress);
+            mul.cClose();
+        }
+        RecountBlocks(kTiledataFileID);
+    } catch (...) {
+        gError.Log("mMuls.LoadTiledata");
+    }
+}
+
+}  // namespace quillet

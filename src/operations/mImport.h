@@ -1,0 +1,72 @@
+#pragma once
+// The procedures of mMuls that take blocks out of the client's own data files
+// into the patch: the import of one file type (LoadMUL, and LoadTiledata for
+// the tile data file with its two sections) and the comparison of two
+// versions of one file type (CompareMUL).
+//
+// Unlike the loaders of patch files, which keep the records a file happens to
+// hold, these walk block numbers: every number walked ends up with a slot
+// that speaks for the source, an empty source block becoming a present, empty
+// block. Hues groups enter the patch in their 1220-byte verdata form.
+//
+// None of them answers anything: a failure is logged under the procedure's
+// name and ends it, with the blocks stored so far left in the patch and the
+// type's Count not recomputed. One block of each file is in memory at a time.
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "support/ByteIO.h"
+
+namespace quillet {
+
+inline constexpr uint8_t kTiledataFileID = 30;
+inline constexpr uint8_t kHuesFileID = 32;
+
+// The tile data file: 512 land groups of 836 bytes, then 512 static groups of
+// 1188 bytes from 512 times 836 on. Block numbers 0..511 and 512..1023.
+struct TiledataSection {
+    int32_t FirstBlock;  // Block of the section's group 0
+    int32_t LastBlock;
+    int32_t BlockSize;
+    int32_t Start;  // file position of group 0
+};
+inline constexpr std::array<TiledataSection, 2> kTiledataSections{{
+    {0, 511, 836, 0},
+    {512, 1023, 1188, 512 * 836},
+}};
+
+// Imports blocks FromBlock..ToBlock (inclusive, and at most the type's
+// NbrOfBlocks) of FileID from the MUL file, through the IDX file for a type
+// without a constant block size. A source block of Size 0 or below is stored
+// present and empty with Size -1; a Size of -2 ends the walk there. A missing
+// MUL file ends the call before anything is done. Not for FileID 30.
+void LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uint8_t FileID, int32_t FromBlock,
+             int32_t ToBlock);
+
+// The same for the tile data file (FileID 30). The first section is walked
+// from FromBlock if that lies below 512; the second, if ToBlock is 512 or
+// more, always from 512 on, whatever FromBlock says.
+void LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock);
+
+// Walks every block of FileID in a base set (1) and an altered set (2) and
+// stores the altered side of each block that differs: sizes first, the bytes
+// only when both sizes are equal and above 0; extra words are not compared.
+// An altered block of Size below 1 is stored present and empty with its Size
+// as it came. Hues groups are compared as 708-byte source groups and stored
+// converted. A missing MUL file on either side ends the call at once.
+void CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
+                const std::string& IDXFilename2, uint8_t FileID);
+
+// True if every element of First equals the element of Second at the same
+// index; an empty First is equal to anything. A Second shorter than First is
+// a failure (an index outside the array).
+bool SameBytes(const ByteArray& First, const ByteArray& Second);
+
+// Shared by import and compare: a source block with bytes (Size above 0)
+// into its slot; a Hues group converted to its verdata form first, with
+// HueBuffer as the work array.
+void StoreMULBlock(uint8_t FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& Bytes,
+                   ByteArray& HueBuffer);
+
+}  // namespace quillet

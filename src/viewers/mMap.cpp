@@ -1,0 +1,135 @@
+#include "viewers/mMap.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "core/Checked.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "viewers/mRadarCol.h"
+
+namespace quillet {
+namespace {
+
+// Reads bytes of the DataFile by position as Datafile_Read does (the part on
+// disk, then the part still in the write buffer, zeros past the end), through
+// one window of the disk part, so that blocks taken in offset order cost one
+// system call per window and not one per block.
+class DatafileWindow {
+public:
+    explicit DatafileWindow(const DatafileHandle& handle) : handle_(handle) {}
+
+    uint8_t ByteAt(int64_t position) {
+        if (position < handle_.flushed) {
+            if (position < start_ || position >= start_ + fill_) {
+                buffer_.resize(kWindow);
+                start_ = position;
+                fill_ = std::min<int64_t>(kWindow, handle_.flushed - position);
+                handle_.file.ReadAt(position, buffer_.data(), static_cast<size_t>(fill_));  // zeros past the end
+            }
+            return buffer_[static_cast<size_t>(position - start_)];
+        }
+        if (position < handle_.Size()) return handle_.pending[static_cast<size_t>(position - handle_.flushed)];
+        return 0;
+    }
+
+private:
+    static constexpr int64_t kWindow = 256 * 1024;
+    const DatafileHandle& handle_;
+    ByteArray buffer_;
+    int64_t start_ = 0;
+    int64_t fill_ = 0;
+};
+
+std::string ArgumentsText(int32_t X1, int32_t Y1, int32_t X2, int32_t Y2) {
+    return "(" + std::to_string(X1) + "," + std::to_string(Y1) + "," + std::to_string(X2) + "," + std::to_string(Y2) +
+           ")";
+}
+
+}  // namespace
+
+GridPoint GridPosition(int64_t Block) {
+    // Cut toward zero, as the integer part of the double quotient is.
+    const int64_t x = Block / kGridRows;
+    return {ToLong(x), ToLong(Block - x * kGridRows)};
+}
+
+std::vector<uint16_t> LeadingValues(int FileID, int64_t LastBlock, int32_t position) {
+    const std::vector<PatchBlock>& slots = PatchBlocks.at(static_cast<size_t>(FileID)).Blocks;
+    const int64_t last = std::min<int64_t>(LastBlock, static_cast<int64_t>(slots.size()) - 1);
+    std::vector<uint16_t> values(static_cast<size_t>(std::max<int64_t>(last + 1, 0)), 0);
+
+    // (byte position in the DataFile, block), for the blocks whose value exists.
+    std::vector<std::pair<int64_t, int32_t>> wanted;
+    for (int64_t block = 0; block <= last; ++block) {
+        const PatchBlock& slot = slots[static_cast<size_t>(block)];
+        if (slot.Offset >= 1 && slot.Size >= position + 2)
+            wanted.emplace_back(int64_t{slot.Offset} - 1 + position, static_cast<int32_t>(block));
+    }
+    // A patch loaded from one file lies in the DataFile in block order; only
+    // blocks gathered from several sources need sorting.
+    if (!std::is_sorted(wanted.begin(), wanted.end())) std::sort(wanted.begin(), wanted.end());
+
+    DatafileWindow window(DataFileHandle);
+    for (const auto& [at, block] : wanted) {
+        const uint8_t low = window.ByteAt(at);
+        const uint8_t high = window.ByteAt(at + 1);
+        values[static_cast<size_t>(block)] = static_cast<uint16_t>(low | high << 8);
+    }
+    return values;
+}
+
+void ClearGridBlocks(int FileID, const char* Proc, int32_t& X1, int32_t& Y1, int32_t& X2, int32_t& Y2) {
+    try {
+        if (X2 < X1) std::swap(X1, X2);
+        if (Y2 < Y1) std::swap(Y1, Y2);
+        if (X2 < 0 || Y2 < 0) return;  // no selection
+        if (X1 < 0) X1 = 0;
+        if (Y1 < 0) Y1 = 0;
+        if (Y2 > kGridRows - 1) Y2 = kGridRows - 1;
+        if (X2 > kGridColumns - 1) X2 = kGridColumns - 1;
+        // The bytes stay in the DataFile, which is append-only; Size and Extra
+        // keep their values.
+        for (int32_t x = X1; x <= X2; ++x)
+            for (int32_t y = Y1; y <= Y2; ++y) Slot(FileID, AddLong(MulLong(x, kGridRows), y)).Offset = -1;
+
+        PatchBlockSet& set = PatchBlocks.at(static_cast<size_t>(FileID));
+        const int32_t last = FileTypes.at(static_cast<size_t>(FileID)).NbrOfBlocks;
+        set.Count = 0;
+        for (int64_t block = 0; block <= last; ++block)
+            if (Slot(FileID, block).Offset != -1) ++set.Count;
+    } catch (...) {
+        gError.Log(Proc + ArgumentsText(X1, Y1, X2, Y2));
+    }
+}
+
+void DrawMap(PictureSurface& pageMap) {
+    try {
+        pageMap.Cls();
+        const Canvas canvas = pageMap.hDC();
+        const int32_t last = FileTypes[0].NbrOfBlocks;
+        const std::vector<uint16_t> tiles = LeadingValues(0, last, 4);
+        CountingPoint counting(last);
+        for (int64_t block = 0; block <= last; ++block) {
+            const PatchBlock& slot = Slot(0, block);
+            if (slot.Offset >= 1) {
+                // The tile number is bytes 4 and 5: a shorter block has none.
+                if (slot.Size < 6) Fail(kSubscript);
+                const GridPoint at = GridPosition(block);
+                SetPixelV(canvas, at.X, at.Y, RadarColors[tiles[static_cast<size_t>(block)]]);
+            }
+            counting.Tick(block);
+        }
+        pageMap.Refresh();
+    } catch (...) {
+        gError.Log("mMap.DrawMap");
+    }
+}
+
+void Map_ClearBlocks(int32_t& X1, int32_t& Y1, int32_t& X2, int32_t& Y2) {
+    ClearGridBlocks(0, "mMap.Map_ClearBlocks", X1, Y1, X2, Y2);
+}
+
+}  // namespace quillet

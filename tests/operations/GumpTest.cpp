@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "operations/OperationsTestUtil.h"
+#include "operations/mGumps.h"
+
+namespace quillet {
+namespace {
+
+using test::Bytes;
+using test::ExpectSlot;
+using test::Text;
+using RGB = PixelSource::RGB;
+
+constexpr int kGumps = 12;
+
+// A picture whose pixels come from a function, so that a very wide one
+// costs no memory.
+class FakePicture : public PixelSource {
+public:
+    FakePicture(int32_t width, int32_t height, std::function<RGB(int32_t, int32_t)> pixel)
+        : width_(width), height_(height), pixel_(std::move(pixel)) {}
+    // From rows of pixels.
+    explicit FakePicture(std::vector<std::vector<RGB>> rows)
+        : FakePicture(rows.empty() ? 0 : static_cast<int32_t>(rows[0].size()), static_cast<int32_t>(rows.size()),
+                      [rows](int32_t x, int32_t y) { return rows[static_cast<size_t>(y)][static_cast<size_t>(x)]; }) {}
+
+    int32_t Width() const override { return width_; }
+    int32_t Height() const override { return height_; }
+    RGB Pixel(int32_t x, int32_t y) const override {
+        if (x < 0 || x >= width_ || y < 0 || y >= height_) ADD_FAILURE() << "pixel " << x << "," << y << " read";
+        return pixel_(x, y);
+    }
+
+private:
+    int32_t width_;
+    int32_t height_;
+    std::function<RGB(int32_t, int32_t)> pixel_;
+};
+
+const RGB kBlack{0, 0, 0};
+const RGB kRed{255, 0, 0};
+
+using GumpTest = test::OperationsTest;
+
+TEST_F(GumpTest, TheDesignsTwoPictures) {
+    // 4 by 2, all black: row starts 2 and 3, then one run (0, 4) per row.
+    Gump_LoadBMP(FakePicture(4, 2, [](int32_t, int32_t) { return kBlack; }), 7);
+    ExpectSlot(kGumps, 7, 16, 262146, true);
+    EXPECT_EQ(ReadBlockBytes(kGumps, 7), Bytes().le(2).le(3).le16(0).le16(4).le16(0).le16(4).b);
+
+    // 3 by 1, red, black, black: row start 1, runs (31744, 1) and (0, 2).
+    Gump_LoadBMP(FakePicture({{kRed, kBlack, kBlack}}), 8);
+    ExpectSlot(kGumps, 8, 12, 0x30001, true);
+    EXPECT_EQ(ReadBlockBytes(kGumps, 8), Bytes().le(1).le16(31744).le16(1).le16(0).le16(2).b);
+    EXPECT_EQ(PatchBlocks[kGumps].Count, 2);
+    EXPECT_TRUE(LogLines().empty());
+    // No counting point: the events never run.
+    EXPECT_TRUE(percents.empty());
+}
+
+TEST_F(GumpTest, RunsFollowTheConvertedColour) {
+    // Grey 8 and grey 9 give the same colour (1057) and share a run; grey 4
+    // gives 0, as black does; then pure green and pure blue.
+    Gump_LoadBMP(FakePicture({{{8, 8, 8}, {9, 9, 9}, {4, 4, 4}, kBlack, {0, 248, 0}, {0, 0, 248}}}), 0);
+    EXPECT_EQ(ReadBlockBytes(kGumps, 0),
+              Bytes().le(1).le16(1057).le16(2).le16(0).le16(2).le16(992).le16(1).le16(31).le16(1).b);
+
+    // Rows of 1, 3 and 2 runs: each row opens with its own first pixel, also
+    // when it starts with the colour the row before ended with.
+    const RGB w{255, 255, 255};
+    Gump_LoadBMP(FakePicture({{w, w, w, w}, {w, kRed, kRed, w}, {w, kBlack, kBlack, kBlack}}), 1);
+    ExpectSlot(kGumps, 1, 4 * (3 + 6), 0x40003, true);
+    // White: 255 / 8.1 rounds to 31; 255 / 8 is held at the field's 31.
+    EXPECT_EQ(ReadBlockBytes(kGumps, 1), Bytes()
+                                             .le(3).le(4).le(7)
+                                             .le16(32767).le16(4)
+                                             .le16(32767).le16(1).le16(31744).le16(2).le16(32767).le16(1)
+                                             .le16(32767).le16(1).le16(0).le16(3)
+                                             .b);
+}
+
+TEST_F(GumpTest, ReplacesTheSlot) {
+    Gump_LoadBMP(FakePicture(4, 2, [](int32_t, int32_t) { return kBlack; }), 0x10);
+    const int32_t first = Slot(kGumps, 16).Offset;
+    Gump_LoadBMP(FakePicture({{kRed, kBlack, kBlack}}), 0x10);
+    ExpectSlot(kGumps, 16, 12, 0x30001, true);
+    EXPECT_GT(Slot(kGumps, 16).Offset, first);
+    EXPECT_EQ(PatchBlocks[kGumps].Count, 1);
+
+    // The largest picture side that Extra holds.
+    Gump_LoadBMP(FakePicture(32767, 1, [](int32_t x, int32_t) { return x < 2 ? kRed : kBlack; }), 65535);
+    ExpectSlot(kGumps, 65535, 12, 0x7FFF0001, true);
+    EXPECT_EQ(ReadBlockBytes(kGumps, 65535), Bytes().le(1).le16(31744).le16(2).le16(0).le16(32765).b);
+    EXPECT_EQ(PatchBlocks[kGumps].Count, 2);
+    EXPECT_TRUE(LogLines().empty());
+}
+
+TEST_F(GumpTest, RefusalsLeaveSlotAndDataFileAlone) {
+    StoreBlock(kGumps, 5, 2, 99, Text("ab"));
+    const PatchBlock before = Slot(kGumps, 5);
+    const int64_t dataBefore = DataFileHandle.Size();
+    const auto black = [](int32_t, int32_t) { return kBlack; };
+
+    const std::vector<std::pair<int32_t, int32_t>> badSizes{{32768, 1}, {1, 32768}, {0, 3}, {3, 0}};
+    for (const auto& [width, height] : badSizes) {
+        SCOPED_TRACE(std::to_string(width) + " by " + std::to_string(height));
+        const size_t linesBefore = LogLines().size();
+        Gump_LoadBMP(FakePicture(width, height, black), 5);
+        ASSERT_EQ(LogLines().size(), linesBefore + 1);
+        EXPECT_TRUE(Logged("mGumps.Gump_LoadBMP"));
+    }
+    for (const int32_t block : {65536, -1}) {
+        const size_t linesBefore = LogLines().size();
+        Gump_LoadBMP(FakePicture(2, 2, black), block);
+        EXPECT_EQ(LogLines().size(), linesBefore + 1) << block;
+    }
+    EXPECT_EQ(Slot(kGumps, 5).Size, before.Size);
+    EXPECT_EQ(Slot(kGumps, 5).Extra, before.Extra);
+    EXPECT_EQ(Slot(kGumps, 5).Offset, before.Offset);
+    EXPECT_EQ(DataFileHandle.Size(), dataBefore);
+    PatchBlocks[kGumps].Count = 42;  // no recount on the failure path
+    Gump_LoadBMP(FakePicture(1, 32768, black), 5);
+    EXPECT_EQ(PatchBlocks[kGumps].Count, 42);
+}
+
+TEST_F(GumpTest, RowStartsBeyondThreeBytesAreRefused) {
+    // 32767 by 513 pixels of alternating colour: row 512 would start at unit
+    // 513 + 512 * 32767 = 16777217, which the 3 bytes of its entry cannot hold.
+    const int64_t dataBefore = DataFileHandle.Size();
+    Gump_LoadBMP(FakePicture(32767, 513, [](int32_t x, int32_t) { return x % 2 == 0 ? kRed : kBlack; }), 3);
+    EXPECT_TRUE(Logged("mGumps.Gump_LoadBMP"));
+    test::ExpectAbsent(kGumps, 3);
+    EXPECT_EQ(DataFileHandle.Size(), dataBefore);
+}
+
+}  // namespace
+}  // namespace quillet
