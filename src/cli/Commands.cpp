@@ -12,7 +12,6 @@ std::vector<CommandSpec> BuildCommandTable() {
     AddExportCommands(table);
     AddCompareCommands(table);
     AddGumpCommands(table);
-    AddPendingCommands(table);
     AddPictureCommands(table);
     AddSampleCommands(table);
     return table;
@@ -30,8 +29,5 @@ OptionSpec OutOption() {
 
 OptionSpec TypeOption() { return {"--type", "T", "a file type: a name from the tree (any case) or a FileID number"}; }
 
-void NotAvailableYet(const std::string& what) {
-    throw UsageError(what + " is not available yet in this version of quillet-cli");
-}
 
 }  // namespace quillet::cli

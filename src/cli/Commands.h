@@ -1,9 +1,6 @@
 #pragma once
 // The command table. Each command group adds its commands in its own file;
-// main looks a command up by name, parses its options and runs it. A command
-// that is planned but not built yet has no run function: the table still
-// carries its usage and options for --help, and running it is a usage error
-// that says so.
+// main looks a command up by name, parses its options and runs it.
 #include <functional>
 #include <string>
 #include <vector>
@@ -25,8 +22,7 @@ struct CommandSpec {
     std::vector<std::string> usage;  // usage lines, without the program's name
     std::vector<OptionSpec> options;
     std::string details;             // help text after the options
-    // Answers the exit status; throws UsageError or CommandError. Empty: not
-    // available yet.
+    // Answers the exit status; throws UsageError or CommandError.
     std::function<int(CommandContext&)> run;
 };
 
@@ -40,7 +36,6 @@ void AddExportCommands(std::vector<CommandSpec>& table);   // export
 void AddSampleCommands(std::vector<CommandSpec>& table);   // sample-client
 void AddCompareCommands(std::vector<CommandSpec>& table);  // compare
 void AddGumpCommands(std::vector<CommandSpec>& table);     // gump
-void AddPendingCommands(std::vector<CommandSpec>& table);  // none at present
 void AddPictureCommands(std::vector<CommandSpec>& table);  // render, client
 
 // delete --rect: a rectangle of map or statics blocks (in the picture group).
@@ -51,8 +46,6 @@ OptionSpec PatchOption();
 OptionSpec OutOption();
 OptionSpec TypeOption();
 
-// "--uop" etc.: a part of a command that is not built yet (a usage error).
-[[noreturn]] void NotAvailableYet(const std::string& what);
 
 // Help texts.
 std::string OverviewHelp(const std::vector<CommandSpec>& table);

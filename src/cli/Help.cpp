@@ -89,7 +89,7 @@ std::string OverviewHelp(const std::vector<CommandSpec>& table) {
     for (const CommandSpec& spec : table) {
         std::string line = "  " + spec.name;
         line.resize(17, ' ');
-        std::string summary = spec.run ? spec.summary : "(not available yet) " + spec.summary;
+        std::string summary = spec.summary;
         out += line + Wrap(summary, 17, 17) + "\n";
     }
     out += "\n";
@@ -100,7 +100,6 @@ std::string OverviewHelp(const std::vector<CommandSpec>& table) {
 
 std::string CommandHelp(const CommandSpec& spec) {
     std::string out = UsageLines(spec) + "\n" + Wrap(spec.summary, 0, 0) + "\n";
-    if (!spec.run) out += "\nThis command is not available yet in this version of quillet-cli.\n";
     if (!spec.options.empty()) {
         out += "\nOptions:\n";
         for (const OptionSpec& option : spec.options) {

@@ -39,7 +39,6 @@ int RunCommand(const CommandSpec& spec, const std::vector<std::string>& args) {
             std::cout << CommandHelp(spec);
             return kSuccess;
         }
-        if (!spec.run) NotAvailableYet(spec.name);
         const ParsedArgs parsed = ParseOptions(args, spec.options);
         CommandContext context{spec, parsed};
         const int status = spec.run(context);

@@ -40,8 +40,11 @@ QString ConvertFilter(QString Filter) {
         QString name = parts[i].trimmed();
         const QString pattern = parts[i + 1].trimmed();
         if (name.isEmpty() && pattern.isEmpty()) continue;
-        // Qt reads the patterns from the parentheses of the name.
-        if (!name.contains('(' + pattern + ')')) name += " (" + pattern.split(';').join(' ') + ')';
+        // Qt reads the patterns from the parentheses of the name: the name's
+        // own parenthesised text gives way to the real pattern.
+        const qsizetype open = name.lastIndexOf('(');
+        if (open >= 0 && name.endsWith(')')) name = name.left(open).trimmed();
+        if (!pattern.isEmpty()) name += " (" + pattern.split(';').join(' ') + ')';
         entries << name;
     }
     return entries.join(";;");

@@ -64,9 +64,14 @@ void cWindow::wSave(QWidget* oForm) {
         QSettings& settings = *store;
         settings.setValue("Windowstatus", QString::number(StateNumber(oForm->windowState())));
         // The place of the normal window, also when it is maximised or minimised.
-        const QRect normal = oForm->isMaximized() || oForm->isMinimized() ? oForm->normalGeometry() : oForm->geometry();
-        settings.setValue("Left", QString::number(normal.x() * kTwipsPerPixel));
-        settings.setValue("Top", QString::number(normal.y() * kTwipsPerPixel));
+        // Left and top are the frame's, as move() takes them back; width and
+        // height the client area's, as resize() takes them.
+        const bool normalState = !(oForm->isMaximized() || oForm->isMinimized());
+        const QRect normal = normalState ? oForm->geometry() : oForm->normalGeometry();
+        const QPoint frameOffset = oForm->geometry().topLeft() - oForm->pos();
+        const QPoint place = normalState ? oForm->pos() : normal.topLeft() - frameOffset;
+        settings.setValue("Left", QString::number(place.x() * kTwipsPerPixel));
+        settings.setValue("Top", QString::number(place.y() * kTwipsPerPixel));
         settings.setValue("Width", QString::number(normal.width() * kTwipsPerPixel));
         settings.setValue("Height", QString::number(normal.height() * kTwipsPerPixel));
     } catch (...) {

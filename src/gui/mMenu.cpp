@@ -14,12 +14,15 @@
 #include "Icons.h"
 #include "cWindow.h"
 #include "frmStart.h"
+#include "uScrollPicture.h"
 #include "core/BlockRows.h"
 #include "core/mBlockCommands.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "core/mStart.h"
 #include "core/mWait.h"
+#include "viewers/mMap.h"
+#include "viewers/mStatics.h"
 
 namespace quillet {
 
@@ -73,8 +76,10 @@ void MenuRefresh() {
         MenuUpdate(form.twMenu);
     }
     Wait_Start("Drawing map. Please wait.");
+    DrawMap(*form.pageMap);
     Wait_Stop();
     Wait_Start("Drawing statics. Please wait.");
+    DrawStatics(*form.pageStatics);
     Wait_Stop();
     for (int id = 3; id < kFileIDs; ++id) {
         if (FileTypes[static_cast<size_t>(id)].Name.empty()) continue;
@@ -156,8 +161,12 @@ void PopupMenu_Run(const QString& command) {
         if (upper.startsWith("DELETE ")) {
             const int id = fileIdAfter("DELETE ");
             if (id == 0 || id == 2) {
-                // The picture pages clear their selected rectangle; they join
-                // with the map and statics drawing.
+                uScrollPicture* page = id == 0 ? frmStart::Instance().pageMap : frmStart::Instance().pageStatics;
+                int32_t x1 = page->X1, y1 = page->Y1, x2 = page->X2, y2 = page->Y2;
+                if (id == 0)
+                    Map_ClearBlocks(x1, y1, x2, y2);
+                else
+                    Statics_ClearBlocks(x1, y1, x2, y2);
                 MenuRefresh();
             } else if (QTableView* list = ListOf(id)) {
                 ListView_Delete(list, static_cast<uint8_t>(id));

@@ -29,6 +29,7 @@
 #include "core/mStart.h"
 #include "core/mWait.h"
 #include "formats/mPatchMUO.h"
+#include "viewers/mRadarCol.h"
 
 using namespace quillet;
 
@@ -336,6 +337,7 @@ private Q_SLOTS:
     void filterConversion() {
         QCOMPARE(ConvertFilter("MUO Patchfile (*.muo) |*.muo"), QString("MUO Patchfile (*.muo)"));
         QCOMPARE(ConvertFilter("MUO Patchfile (*.muo) |*.muo|"), QString("MUO Patchfile (*.muo)"));
+        QCOMPARE(ConvertFilter("BMP picture (*.BMP)|*.bmp"), QString("BMP picture (*.bmp)"));
         QCOMPARE(ConvertFilter("Pictures|*.bmp;*.jpg|All files|*.*"),
                  QString("Pictures (*.bmp *.jpg);;All files (*.*)"));
     }
@@ -397,6 +399,41 @@ private Q_SLOTS:
         QCOMPARE(RowTexts(Gumps(), 1000), QStringList({"7918", "8", "7918"}));
         QVERIFY(NodeTexts(form->twMenu).contains("Gumps (35536)"));
         qInfo("full Gumps type: MenuRefresh %lld ms, delete of 30000 rows %lld ms", refreshMs, deleteMs);
+        form->mnuNew_Click();
+    }
+
+    // The map page draws one pixel per block; a rectangle dragged on it and
+    // deleted through the popup leaves exactly the blocks outside it.
+    void mapPageDrawsAndDeletesARectangle() {
+        form->mnuNew_Click();
+        RadarColors[5] = 0x00C000;  // green
+        RadarColors[6] = 0x0000C0;  // red
+        ByteArray block(196, 0);
+        for (int32_t x = 0; x < 100; ++x) {
+            for (int32_t y = 0; y < 80; ++y) {
+                block[4] = static_cast<uint8_t>(x < 50 ? 5 : 6);
+                StoreBlock(0, x * 512 + y, 196, -1, block);
+            }
+        }
+        RecountBlocks(0);
+        MenuRefresh();
+        form->twMenu->setCurrentItem(Node(form->twMenu, "P0"));
+        QCOMPARE(form->pageMap->Picture().pixel(10, 10), qRgb(0, 0xC0, 0));
+        QCOMPARE(form->pageMap->Picture().pixel(60, 79), qRgb(0xC0, 0, 0));
+        QVERIFY(form->pageMap->Picture().pixel(100, 10) != qRgb(0xC0, 0, 0));
+        guitest::Screenshot(form, "map-page");
+
+        // Dragged from lower right to upper left: blocks x 20..29, y 30..39.
+        QTest::mousePress(form->pageMap, Qt::LeftButton, {}, QPoint(29, 39));
+        QTest::mouseRelease(form->pageMap, Qt::LeftButton, {}, QPoint(20, 30));
+        PopupMenu_Run("DELETE 0");
+        QCOMPARE(PatchBlocks[0].Count, 100 * 80 - 100);
+        QCOMPARE(Slot(0, 20 * 512 + 30).Offset, -1);
+        QCOMPARE(Slot(0, 29 * 512 + 39).Offset, -1);
+        QVERIFY(Slot(0, 30 * 512 + 30).Offset > 0);
+        QVERIFY(Slot(0, 20 * 512 + 40).Offset > 0);
+        QVERIFY(NodeTexts(form->twMenu).contains("Map (7900)"));
+        QVERIFY(form->pageMap->X1 == -1);  // redrawn: the selection is gone
         form->mnuNew_Click();
     }
 
