@@ -20,6 +20,19 @@ echo "== Round trip: the saved patch loads back to the same tree"
 "$cli" import --patch "$work/demo.muo" --muo "$work/demo.muo" --out "$work/again.muo"
 diff <("$cli" info --patch "$work/demo.muo") <("$cli" info --patch "$work/again.muo")
 cmp "$work/demo.muo" "$work/again.muo" && echo "identical bytes"
+echo "== Adding the blocks that differ between two versions of the map"
+"$cli" compare --patch "$work/demo.muo" --type map --base-mul "$work/client/map0.mul" \
+  --new-mul "$work/client/map0-changed.mul"
+"$cli" info --patch "$work/demo.muo" | head -n 1
+echo "== Importing the whole sample map and drawing its page to $work/map.png"
+# The small sample map has the first 64 columns: blocks 0 to 64 * 512 - 1.
+"$cli" import --patch "$work/world.muo" --type map --mul "$work/client/map0.mul" --blocks 0-32767
+"$cli" render --patch "$work/world.muo" --page map --radarcol "$work/client/radarcol.mul" --to "$work/map.png"
+echo "== Writing the patch into a copy of the client's verdata.mul"
+mkdir -p "$work/export"
+cp "$work/client/verdata.mul" "$work/export/verdata.mul"
+"$cli" export --patch "$work/demo.muo" --dir "$work/export"
+ls -l "$work/export"
 
 gui="$build/src/gui/quillet"
 if [ -x "$gui" ] && { [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; }; then
