@@ -55,7 +55,7 @@ std::string Text(const QLineEdit* edit) { return edit->text().toStdString(); }
 
 }  // namespace
 
-frmCompare::frmCompare(QWidget* parent) : QDialog(parent) {
+frmCompare::frmCompare(QWidget* parent) : DialogForm(parent) {
     setObjectName("frmCompare");
     setWindowTitle("Compare");
     setModal(true);
@@ -168,12 +168,5 @@ void frmCompare::cmdCompare_Click() {
 
 void frmCompare::cmdCancel_Click() { done(QDialog::Rejected); }
 
-void frmCompare::done(int result) {
-    if (!unloaded_) {
-        unloaded_ = true;
-        gWindow.wSave(this);
-    }
-    QDialog::done(result);
-}
 
 }  // namespace quillet

@@ -2,7 +2,7 @@
 // The Compare dialog: two versions of one client file, the base set and the
 // altered set, and the blocks that differ go into the patch. Only the file
 // types are offered; the IDX rows show for the types that have an index.
-#include <QDialog>
+#include "DialogForm.h"
 
 class QComboBox;
 class QLabel;
@@ -12,13 +12,12 @@ class QStatusBar;
 
 namespace quillet {
 
-class frmCompare : public QDialog {
+class frmCompare : public DialogForm {
     Q_OBJECT
 public:
     explicit frmCompare(QWidget* parent = nullptr);
     ~frmCompare() override;
 
-    bool Unloaded() const { return unloaded_; }
 
     void cboMULType_Change();
     void cmdMUL1_Click();
@@ -50,13 +49,11 @@ public:
     QStatusBar* StatusBar1;
 
 protected:
-    void done(int result) override;
 
 private:
     bool SelectedHasIndex() const;
     void BrowseMUL(QLineEdit* box);
     void BrowseIDX(QLineEdit* box);
-    bool unloaded_ = false;
 };
 
 }  // namespace quillet

@@ -42,7 +42,7 @@ QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, in
 
 }  // namespace
 
-frmExport::frmExport(QWidget* parent) : QDialog(parent) {
+frmExport::frmExport(QWidget* parent) : DialogForm(parent) {
     setObjectName("frmExport");
     setWindowTitle("Export");
     setModal(true);
@@ -92,12 +92,5 @@ void frmExport::cmdExport_Click() {
 
 void frmExport::cmdCancel_Click() { done(QDialog::Rejected); }
 
-void frmExport::done(int result) {
-    if (!unloaded_) {
-        unloaded_ = true;
-        gWindow.wSave(this);
-    }
-    QDialog::done(result);
-}
 
 }  // namespace quillet

@@ -1,7 +1,7 @@
 #pragma once
 // The Export dialog: the door to writing verdata.mul beside the program. Its
 // list has one entry, verdata being the only export target.
-#include <QDialog>
+#include "DialogForm.h"
 
 class QComboBox;
 class QLabel;
@@ -10,13 +10,12 @@ class QStatusBar;
 
 namespace quillet {
 
-class frmExport : public QDialog {
+class frmExport : public DialogForm {
     Q_OBJECT
 public:
     explicit frmExport(QWidget* parent = nullptr);
     ~frmExport() override;
 
-    bool Unloaded() const { return unloaded_; }
 
     void cmdExport_Click();
     void cmdCancel_Click();
@@ -29,10 +28,8 @@ public:
     QStatusBar* StatusBar1;
 
 protected:
-    void done(int result) override;
 
 private:
-    bool unloaded_ = false;
 };
 
 }  // namespace quillet

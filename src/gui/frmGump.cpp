@@ -50,7 +50,7 @@ QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, in
 
 }  // namespace
 
-frmGump::frmGump(QWidget* parent) : QDialog(parent) {
+frmGump::frmGump(QWidget* parent) : DialogForm(parent) {
     setObjectName("frmGump");
     setWindowTitle("Import gump");
     setModal(true);
@@ -121,12 +121,5 @@ void frmGump::cmdImport_Click() {
 
 void frmGump::cmdCancel_Click() { done(QDialog::Rejected); }
 
-void frmGump::done(int result) {
-    if (!unloaded_) {
-        unloaded_ = true;
-        gWindow.wSave(this);
-    }
-    QDialog::done(result);
-}
 
 }  // namespace quillet

@@ -2,7 +2,7 @@
 // The gump import: an ordinary picture file (BMP, JPG, GIF) becomes one block
 // of the Gumps type in the open patch, at the number the user gives. Unlike
 // the other dialogs it stays in sight while the conversion runs.
-#include <QDialog>
+#include "DialogForm.h"
 #include <QImage>
 
 class QLabel;
@@ -11,13 +11,12 @@ class QPushButton;
 
 namespace quillet {
 
-class frmGump : public QDialog {
+class frmGump : public DialogForm {
     Q_OBJECT
 public:
     explicit frmGump(QWidget* parent = nullptr);
     ~frmGump() override;
 
-    bool Unloaded() const { return unloaded_; }
 
     void cmdPicture_Click();
     void cmdImport_Click();
@@ -34,10 +33,8 @@ public:
     QImage picGump;
 
 protected:
-    void done(int result) override;
 
 private:
-    bool unloaded_ = false;
 };
 
 }  // namespace quillet

@@ -85,7 +85,7 @@ uint8_t FileIDLimit(QLineEdit* box) {
 
 }  // namespace
 
-frmImport::frmImport(QWidget* parent) : QDialog(parent) {
+frmImport::frmImport(QWidget* parent) : DialogForm(parent) {
     setObjectName("frmImport");
     setWindowTitle("Import");
     setModal(true);
@@ -260,14 +260,5 @@ void frmImport::cmdImport_Click() {
 
 void frmImport::cmdCancel_Click() { done(QDialog::Rejected); }
 
-void frmImport::done(int result) {
-    // The form's unload, whichever way it comes: the buttons, Escape, the
-    // window's close box.
-    if (!unloaded_) {
-        unloaded_ = true;
-        gWindow.wSave(this);
-    }
-    QDialog::done(result);
-}
 
 }  // namespace quillet

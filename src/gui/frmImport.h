@@ -3,7 +3,7 @@
 // limits, and the loader that takes them. It decides nothing about blocks
 // itself: it shows what the selection needs, tests that the named files
 // exist, and hands the parsed limits to the right loader.
-#include <QDialog>
+#include "DialogForm.h"
 
 class QComboBox;
 class QLabel;
@@ -13,7 +13,7 @@ class QStatusBar;
 
 namespace quillet {
 
-class frmImport : public QDialog {
+class frmImport : public DialogForm {
     Q_OBJECT
 public:
     // Item data of cboMULType beside the FileIDs of the file types.
@@ -24,9 +24,6 @@ public:
     explicit frmImport(QWidget* parent = nullptr);
     ~frmImport() override;
 
-    // Unloaded: the dialog has saved its place and is done, by a finished
-    // import or by Cancel.
-    bool Unloaded() const { return unloaded_; }
 
     void cboMULType_Change();
     void cmdMUL_Click();
@@ -58,11 +55,9 @@ public:
     QStatusBar* StatusBar1;
 
 protected:
-    void done(int result) override;
 
 private:
     int SelectedItemData() const;
-    bool unloaded_ = false;
 };
 
 }  // namespace quillet
