@@ -12,7 +12,7 @@ namespace quillet::cli {
 struct CommandSpec;
 
 struct CommandContext {
-    const CommandSpec& spec;
+    const CommandSpec& entry;
     const ParsedArgs& args;
 };
 
@@ -49,7 +49,7 @@ OptionSpec TypeOption();
 
 // Help texts.
 std::string OverviewHelp(const std::vector<CommandSpec>& table);
-std::string CommandHelp(const CommandSpec& spec);
-std::string UsageLines(const CommandSpec& spec);
+std::string CommandHelp(const CommandSpec& entry);
+std::string UsageLines(const CommandSpec& entry);
 
 }  // namespace quillet::cli

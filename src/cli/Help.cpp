@@ -70,10 +70,10 @@ const char* kGeneral =
 
 }  // namespace
 
-std::string UsageLines(const CommandSpec& spec) {
+std::string UsageLines(const CommandSpec& entry) {
     std::string out;
-    for (size_t i = 0; i < spec.usage.size(); ++i)
-        out += std::string(i == 0 ? "usage: " : "       ") + "quillet-cli " + spec.usage[i] + "\n";
+    for (size_t i = 0; i < entry.usage.size(); ++i)
+        out += std::string(i == 0 ? "usage: " : "       ") + "quillet-cli " + entry.usage[i] + "\n";
     return out;
 }
 
@@ -86,10 +86,10 @@ std::string OverviewHelp(const std::vector<CommandSpec>& table) {
         "       quillet-cli --help | --version\n"
         "\n"
         "Commands:\n";
-    for (const CommandSpec& spec : table) {
-        std::string line = "  " + spec.name;
+    for (const CommandSpec& entry : table) {
+        std::string line = "  " + entry.name;
         line.resize(17, ' ');
-        std::string summary = spec.summary;
+        std::string summary = entry.summary;
         out += line + Wrap(summary, 17, 17) + "\n";
     }
     out += "\n";
@@ -98,11 +98,11 @@ std::string OverviewHelp(const std::vector<CommandSpec>& table) {
     return out;
 }
 
-std::string CommandHelp(const CommandSpec& spec) {
-    std::string out = UsageLines(spec) + "\n" + Wrap(spec.summary, 0, 0) + "\n";
-    if (!spec.options.empty()) {
+std::string CommandHelp(const CommandSpec& entry) {
+    std::string out = UsageLines(entry) + "\n" + Wrap(entry.summary, 0, 0) + "\n";
+    if (!entry.options.empty()) {
         out += "\nOptions:\n";
-        for (const OptionSpec& option : spec.options) {
+        for (const OptionSpec& option : entry.options) {
             std::string head = "  " + option.name + (option.value.empty() ? "" : " " + option.value);
             if (head.size() >= 22) {
                 out += head + "\n" + std::string(22, ' ');
@@ -113,7 +113,7 @@ std::string CommandHelp(const CommandSpec& spec) {
             out += Wrap(option.help, 22, 22) + "\n";
         }
     }
-    if (!spec.details.empty()) out += "\n" + Paragraphs(spec.details);
+    if (!entry.details.empty()) out += "\n" + Paragraphs(entry.details);
     return out;
 }
 

@@ -30,21 +30,21 @@ int UsageFailure(const std::string& prefix, const std::string& message, const st
 
 const std::string kGeneralUsage = "usage: quillet-cli COMMAND [OPTIONS]   (quillet-cli --help lists the commands)\n";
 
-int RunCommand(const CommandSpec& spec, const std::vector<std::string>& args) {
-    const std::string prefix = "quillet-cli " + spec.name;
+int RunCommand(const CommandSpec& entry, const std::vector<std::string>& args) {
+    const std::string prefix = "quillet-cli " + entry.name;
     try {
         const bool help = std::find(args.begin(), args.end(), "--help") != args.end() ||
                           std::find(args.begin(), args.end(), "-h") != args.end();
         if (help) {
-            std::cout << CommandHelp(spec);
+            std::cout << CommandHelp(entry);
             return kSuccess;
         }
-        const ParsedArgs parsed = ParseOptions(args, spec.options);
-        CommandContext context{spec, parsed};
-        const int status = spec.run(context);
+        const ParsedArgs parsed = ParseOptions(args, entry.options);
+        CommandContext context{entry, parsed};
+        const int status = entry.run(context);
         return FailureLogged() && status == kSuccess ? kFailed : status;
     } catch (const UsageError& e) {
-        return UsageFailure(prefix, e.what(), UsageLines(spec));
+        return UsageFailure(prefix, e.what(), UsageLines(entry));
     } catch (const CommandError& e) {
         PrintMessage(std::string("error: ") + e.what());
     } catch (const std::exception& e) {
@@ -78,10 +78,10 @@ int main(int argc, char** argv) {
 
     int status = kUsage;
     bool known = false;
-    for (const CommandSpec& spec : table) {
-        if (spec.name != name) continue;
+    for (const CommandSpec& entry : table) {
+        if (entry.name != name) continue;
         known = true;
-        status = RunCommand(spec, std::vector<std::string>(args.begin() + 1, args.end()));
+        status = RunCommand(entry, std::vector<std::string>(args.begin() + 1, args.end()));
         break;
     }
     if (!known) return UsageFailure("quillet-cli", "unknown command '" + name + "'", kGeneralUsage);

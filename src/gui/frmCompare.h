@@ -18,7 +18,6 @@ public:
     explicit frmCompare(QWidget* parent = nullptr);
     ~frmCompare() override;
 
-
     void cboMULType_Change();
     void cmdMUL1_Click();
     void cmdMUL2_Click();

@@ -16,7 +16,6 @@ public:
     explicit frmExport(QWidget* parent = nullptr);
     ~frmExport() override;
 
-
     void cmdExport_Click();
     void cmdCancel_Click();
 

@@ -17,7 +17,6 @@ public:
     explicit frmGump(QWidget* parent = nullptr);
     ~frmGump() override;
 
-
     void cmdPicture_Click();
     void cmdImport_Click();
     void cmdCancel_Click();

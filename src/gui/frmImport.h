@@ -24,7 +24,6 @@ public:
     explicit frmImport(QWidget* parent = nullptr);
     ~frmImport() override;
 
-
     void cboMULType_Change();
     void cmdMUL_Click();
     void cmdIDX_Click();
