@@ -1,0 +1,382 @@
+// Benchmarks of the procedures that walk whole client files, each next to a
+// baseline that moves the same bytes with plain buffered reads and writes.
+//
+//   quillet_bench [--dir DIR] [--runs N]
+//
+// The data is generated once (full-size map, statics, art, gumps, an old
+// verdata.mul of 20000 entries) into DIR, or into a fresh temporary directory
+// that is removed at the end. Every run of a case happens in a forked child
+// so that its peak resident memory (ru_maxrss from wait4) is its own; the
+// child times only the measured work, its preparation (a patch to draw, a
+// verdata.mul to export onto) is not counted. A failure logged by the
+// library during a run marks the case FAILED instead of giving a time.
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "formats/mPatchMUO.h"
+#include "formats/mVerdata.h"
+#include "operations/mGumps.h"
+#include "operations/mImport.h"
+#include "sample/SampleClient.h"
+#include "viewers/Canvas.h"
+#include "viewers/mMap.h"
+#include "viewers/mStatics.h"
+
+namespace fs = std::filesystem;
+using namespace quillet;
+
+namespace {
+
+constexpr int32_t kMapLastBlock = sample::kMapColumns * sample::kMapRows - 1;
+constexpr int32_t kVerdataEntries = 20000;
+constexpr size_t kCopyBuffer = 1 << 20;
+
+std::string gDir;  // ends without '/'
+
+std::string In(const std::string& name) { return gDir + "/" + name; }
+
+double NowMs() {
+    using namespace std::chrono;
+    return duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();
+}
+
+// ---- Baseline: std::FILE with a 1 MB buffer, 1 MB at a time
+
+void CopyFile(const std::string& from, const std::string& to) {
+    std::FILE* in = std::fopen(from.c_str(), "rb");
+    std::FILE* out = std::fopen(to.c_str(), "wb");
+    if (!in || !out) {
+        std::fprintf(stderr, "baseline: cannot open %s or %s\n", from.c_str(), to.c_str());
+        std::exit(1);
+    }
+    std::vector<char> inBuf(kCopyBuffer), outBuf(kCopyBuffer), chunk(kCopyBuffer);
+    std::setvbuf(in, inBuf.data(), _IOFBF, inBuf.size());
+    std::setvbuf(out, outBuf.data(), _IOFBF, outBuf.size());
+    size_t got = 0;
+    while ((got = std::fread(chunk.data(), 1, chunk.size(), in)) > 0) std::fwrite(chunk.data(), 1, got, out);
+    std::fclose(in);
+    std::fclose(out);
+}
+
+uint64_t ReadFile(const std::string& from) {
+    std::FILE* in = std::fopen(from.c_str(), "rb");
+    if (!in) {
+        std::fprintf(stderr, "baseline: cannot open %s\n", from.c_str());
+        std::exit(1);
+    }
+    std::vector<char> inBuf(kCopyBuffer), chunk(kCopyBuffer);
+    std::setvbuf(in, inBuf.data(), _IOFBF, inBuf.size());
+    uint64_t sum = 0;  // touch the bytes so the read is not idle
+    size_t got = 0;
+    while ((got = std::fread(chunk.data(), 1, chunk.size(), in)) > 0) sum += static_cast<unsigned char>(chunk[got - 1]);
+    std::fclose(in);
+    return sum;
+}
+
+// ---- A picture page over plain memory
+
+class MemorySurface : public PictureSurface {
+public:
+    MemorySurface() : pixels_(static_cast<size_t>(kGridColumns) * kGridRows) {}
+    void Cls() override { std::fill(pixels_.begin(), pixels_.end(), 0xFFFFFFFFu); }
+    void Refresh() override { ++refreshed; }
+    Canvas hDC() override { return Canvas{pixels_.data(), kGridColumns, kGridRows, kGridColumns}; }
+    int refreshed = 0;
+
+private:
+    std::vector<uint32_t> pixels_;
+};
+
+// A generated picture: smooth gradients with some noise, so rows have runs
+// of varied length as a real picture would.
+class GeneratedPicture : public PixelSource {
+public:
+    GeneratedPicture(int32_t width, int32_t height) : width_(width), height_(height) {
+        pixels_.resize(static_cast<size_t>(width) * height);
+        uint32_t state = 12345;
+        for (int32_t y = 0; y < height; ++y)
+            for (int32_t x = 0; x < width; ++x) {
+                state = state * 1664525u + 1013904223u;
+                RGB& p = pixels_[static_cast<size_t>(y) * width + x];
+                p.Red = static_cast<uint8_t>(x / 8);
+                p.Green = static_cast<uint8_t>(y / 8);
+                p.Blue = static_cast<uint8_t>((state >> 24) < 32 ? state >> 16 : 64);
+            }
+    }
+    int32_t Width() const override { return width_; }
+    int32_t Height() const override { return height_; }
+    RGB Pixel(int32_t x, int32_t y) const override { return pixels_[static_cast<size_t>(y) * width_ + x]; }
+
+private:
+    int32_t width_;
+    int32_t height_;
+    std::vector<RGB> pixels_;
+};
+
+// ---- Running a case
+
+// prepare is untimed, work is timed; both run in the child, in a fresh patch.
+struct Case {
+    std::string name;
+    std::function<void()> prepare;
+    std::function<bool()> work;      // false: the procedure answered failure
+    std::function<void()> baseline;  // empty: no baseline
+};
+
+struct RunResult {
+    bool ok = false;
+    double ms = 0;
+    long maxRssKb = 0;
+};
+
+RunResult RunInChild(const Case& c) {
+    int fds[2];
+    if (::pipe(fds) != 0) {
+        std::perror("pipe");
+        std::exit(1);
+    }
+    const pid_t pid = ::fork();
+    if (pid < 0) {
+        std::perror("fork");
+        std::exit(1);
+    }
+    if (pid == 0) {
+        ::close(fds[0]);
+        int logged = 0;
+        gError.OnLogged = [&logged](const std::string& proc, const std::string& description) {
+            ++logged;
+            std::fprintf(stderr, "  logged: %s: %s\n", proc.c_str(), description.c_str());
+        };
+        PatchNew();
+        if (c.prepare) c.prepare();
+        const double start = NowMs();
+        const bool answered = c.work();
+        double ms = NowMs() - start;
+        PatchDispose();
+        if (!answered || logged > 0) ms = -1;
+        const ssize_t written = ::write(fds[1], &ms, sizeof ms);
+        ::_exit(written == static_cast<ssize_t>(sizeof ms) ? 0 : 1);
+    }
+    ::close(fds[1]);
+    double ms = -1;
+    const ssize_t got = ::read(fds[0], &ms, sizeof ms);
+    ::close(fds[0]);
+    int status = 0;
+    rusage usage{};
+    ::wait4(pid, &status, 0, &usage);
+    RunResult result;
+    result.ok = got == static_cast<ssize_t>(sizeof ms) && WIFEXITED(status) && WEXITSTATUS(status) == 0 && ms >= 0;
+    result.ms = ms;
+    result.maxRssKb = usage.ru_maxrss;
+    return result;
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const size_t n = values.size();
+    return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+void Require(bool ok, const std::string& what, const std::string& error) {
+    if (ok) return;
+    std::fprintf(stderr, "cannot generate %s: %s\n", what.c_str(), error.c_str());
+    std::exit(1);
+}
+
+void Generate() {
+    std::string error;
+    const auto t0 = NowMs();
+    Require(sample::WriteMap(In("map0.mul"), sample::kMapColumns, sample::kMapRows, 1, &error), "map0.mul", error);
+    Require(sample::WriteChangedMap(In("map0-changed.mul"), sample::kMapColumns, sample::kMapRows, 1,
+                                    sample::MapChange{7, 10}, &error),
+            "map0-changed.mul", error);
+    Require(sample::WriteStatics(In("staidx0.mul"), In("statics0.mul"), sample::kMapColumns, sample::kMapRows, 1,
+                                 nullptr, &error),
+            "statics", error);
+    Require(sample::WriteArt(In("artidx.mul"), In("art.mul"), sample::ArtOptions{}, nullptr, &error), "art", error);
+    Require(sample::WriteGumps(In("gumpidx.mul"), In("gumpart.mul"), sample::GumpOptions{}, nullptr, &error),
+            "gumps", error);
+    Require(sample::WriteRadarcol(In("radarcol.mul"), 1, &error), "radarcol.mul", error);
+    Require(sample::WriteSampleVerdata(In("verdata-old.mul"), kVerdataEntries, 1, &error), "verdata-old.mul", error);
+    std::printf("generated data in %s (%.0f ms)\n", gDir.c_str(), NowMs() - t0);
+}
+
+// ExportVerdata renames the old file to a backup: every run starts again from
+// the pristine old verdata.mul in an empty directory.
+void FreshExportDir() {
+    const fs::path dir = In("export");
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    fs::copy_file(In("verdata-old.mul"), dir / "verdata.mul");
+}
+
+// Every data byte of the source went into the DataFile (the generated data
+// files hold their blocks back to back, each once).
+bool StoredAll(const std::string& mul) {
+    return DataFileHandle.Size() == static_cast<int64_t>(fs::file_size(mul));
+}
+
+std::string Fixed(double value, int decimals) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f", decimals, value);
+    return text;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int runs = 3;
+    std::string dir;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--runs" && i + 1 < argc) {
+            runs = std::atoi(argv[++i]);
+        } else if (arg == "--dir" && i + 1 < argc) {
+            dir = argv[++i];
+        } else {
+            std::fprintf(stderr, "usage: quillet_bench [--dir DIR] [--runs N]\n");
+            return 2;
+        }
+    }
+    if (runs < 1) runs = 1;
+    bool removeDir = false;
+    if (dir.empty()) {
+        std::string pattern = (fs::temp_directory_path() / "quillet-bench-XXXXXX").string();
+        if (!::mkdtemp(pattern.data())) {
+            std::perror("mkdtemp");
+            return 1;
+        }
+        dir = pattern;
+        removeDir = true;
+    }
+    fs::create_directories(dir);
+    while (dir.size() > 1 && dir.back() == '/') dir.pop_back();
+    gDir = dir;
+
+    RegisterFileTypes();
+    DataFileDirectory = gDir;
+    gError.LogFileOverride = In("quillet-bench.log");
+    gUO.UO2DPath = gDir + "/";  // radarcol.mul for PatchNew
+
+    Generate();
+
+    const std::string muo = In("map0.muo");
+    const std::vector<Case> cases = {
+        {"1 LoadMUL map + SaveMUO", nullptr,
+         [&] {
+             LoadMUL(In("map0.mul"), "", 0, 0, kMapLastBlock);
+             return PatchBlocks[0].Count == kMapLastBlock + 1 && SaveMUO(muo);
+         },
+         [&] {
+             CopyFile(In("map0.mul"), In("copy1.bin"));
+             CopyFile(In("copy1.bin"), In("copy2.bin"));
+         }},
+        {"2 LoadMUO + ExportVerdata", FreshExportDir,
+         [&] {
+             LoadMUO(muo, 0, 255, 0, INT32_MAX);
+             return PatchBlocks[0].Count == kMapLastBlock + 1 && ExportVerdata(In("export"));
+         },
+         [&] {
+             CopyFile(muo, In("copy1.bin"));
+             CopyFile(In("verdata-old.mul"), In("copy2.bin"));
+         }},
+        {"3 CompareMUL map 1%", nullptr,
+         [&] {
+             CompareMUL(In("map0.mul"), "", In("map0-changed.mul"), "", 0);
+             return PatchBlocks[0].Count > 0;
+         },
+         [&] {
+             ReadFile(In("map0.mul"));
+             ReadFile(In("map0-changed.mul"));
+         }},
+        {"4a DrawMap full", [&] { LoadMUL(In("map0.mul"), "", 0, 0, kMapLastBlock); },
+         [&] {
+             MemorySurface page;
+             DrawMap(page);
+             return page.refreshed == 1;
+         },
+         nullptr},
+        {"4b DrawStatics full", [&] { LoadMUL(In("statics0.mul"), In("staidx0.mul"), 2, 0, kMapLastBlock); },
+         [&] {
+             MemorySurface page;
+             DrawStatics(page);
+             return page.refreshed == 1;
+         },
+         nullptr},
+        {"5a LoadMUL Art 65537", nullptr,
+         [&] {
+             LoadMUL(In("art.mul"), In("artidx.mul"), 4, 0, 65536);
+             return PatchBlocks[4].Count == 65537 && StoredAll(In("art.mul"));
+         },
+         [&] {
+             CopyFile(In("art.mul"), In("copy1.bin"));
+             ReadFile(In("artidx.mul"));
+         }},
+        {"5b LoadMUL Gumps 65536", nullptr,
+         [&] {
+             LoadMUL(In("gumpart.mul"), In("gumpidx.mul"), kGumpsFileID, 0, 65535);
+             return PatchBlocks[kGumpsFileID].Count == 65536 && StoredAll(In("gumpart.mul"));
+         },
+         [&] {
+             CopyFile(In("gumpart.mul"), In("copy1.bin"));
+             ReadFile(In("gumpidx.mul"));
+         }},
+        {"7 Gump_LoadBMP 1024x1024", nullptr,
+         [&] {
+             static const GeneratedPicture picture(1024, 1024);
+             Gump_LoadBMP(picture, 0);
+             return Slot(kGumpsFileID, 0).Offset >= 1;
+         },
+         nullptr},
+    };
+
+    std::printf("runs per case: %d (median); case 6 (list filling of the GUI model) is not measured here\n", runs);
+    std::printf("%-26s %10s %12s %7s %10s\n", "case", "median ms", "baseline ms", "ratio", "peak MiB");
+    int failures = 0;
+    for (const Case& c : cases) {
+        std::vector<double> times, baseTimes;
+        long peakKb = 0;
+        bool ok = true;
+        for (int run = 0; run < runs; ++run) {
+            const RunResult result = RunInChild(c);
+            ok = ok && result.ok;
+            times.push_back(result.ms);
+            peakKb = std::max(peakKb, result.maxRssKb);
+            if (c.baseline) {
+                const double start = NowMs();
+                c.baseline();
+                baseTimes.push_back(NowMs() - start);
+            }
+        }
+        std::error_code ignored;
+        fs::remove_all(In("export"), ignored);
+        fs::remove(In("copy1.bin"), ignored);
+        fs::remove(In("copy2.bin"), ignored);
+        const std::string ms = ok ? Fixed(Median(times), 1) : "FAILED";
+        const std::string base = baseTimes.empty() ? "-" : Fixed(Median(baseTimes), 1);
+        const std::string ratio = ok && !baseTimes.empty() ? Fixed(Median(times) / Median(baseTimes), 2) : "-";
+        std::printf("%-26s %10s %12s %7s %10s\n", c.name.c_str(), ms.c_str(), base.c_str(), ratio.c_str(),
+                    Fixed(static_cast<double>(peakKb) / 1024.0, 1).c_str());
+        std::fflush(stdout);
+        if (!ok) ++failures;
+    }
+    if (removeDir) fs::remove_all(gDir);
+    return failures == 0 ? 0 : 1;
+}
