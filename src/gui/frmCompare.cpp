@@ -42,15 +42,6 @@ QLineEdit* MakeText(QWidget* form, const char* name, int left, int top, int widt
     return edit;
 }
 
-QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, int left, int top, int width,
-                        int height) {
-    auto* button = new QPushButton(caption, form);
-    button->setObjectName(name);
-    button->setAutoDefault(false);
-    button->setGeometry(Px(left), Px(top), Px(width), Px(height));
-    return button;
-}
-
 std::string Text(const QLineEdit* edit) { return edit->text().toStdString(); }
 
 }  // namespace

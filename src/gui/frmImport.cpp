@@ -49,15 +49,6 @@ QLineEdit* MakeText(QWidget* form, const char* name, const char* text, int left,
     return edit;
 }
 
-QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, int left, int top, int width,
-                        int height) {
-    auto* button = new QPushButton(caption, form);
-    button->setObjectName(name);
-    button->setAutoDefault(false);
-    button->setGeometry(Px(left), Px(top), Px(width), Px(height));
-    return button;
-}
-
 std::string Text(const QLineEdit* edit) { return edit->text().toStdString(); }
 
 // The parse of one limit box; a value that does not fit its range names the
