@@ -84,7 +84,7 @@ void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArr
     // The part that is on disk, then the part still in the buffer.
     if (begin < handle.flushed) {
         const int64_t fromDisk = std::min(end, handle.flushed) - begin;
-        handle.file.ReadAt(begin, bytes.data(), static_cast<size_t>(fromDisk));
+        handle.window.Read(handle.file, begin, bytes.data(), static_cast<size_t>(fromDisk));
     }
     if (end > handle.flushed) {
         const int64_t from = std::max(begin, handle.flushed);

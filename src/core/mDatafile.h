@@ -19,6 +19,7 @@ public:
 
     BinaryFile file;
     ByteArray pending;
+    ReadWindow window{1 << 16};  // blocks are mostly read back in the order they were stored
     int64_t flushed = 0;
     bool broken = false;    // a write failed: later writes fail at once
     bool reported = false;  // the user has been told once

@@ -32,31 +32,6 @@ bool OpenBinary(BinaryFile& file, const std::string& path) {
 
 }  // namespace
 
-void cMUL::ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count) {
-    const int64_t end = position + static_cast<int64_t>(count);
-    if (valid_ && position >= start_ && end <= start_ + static_cast<int64_t>(kSize)) {
-        std::memcpy(out, buffer_.data() + (position - start_), count);
-        next_ = end;
-        return;
-    }
-    const bool continues = position == next_;
-    next_ = end;
-    if (!continues || count >= kSize) {
-        file.ReadAt(position, out, count);
-        return;
-    }
-    buffer_.resize(kSize);
-    file.ReadAt(position, buffer_.data(), kSize);  // zeros past the end, as a direct read gives
-    start_ = position;
-    valid_ = true;
-    std::memcpy(out, buffer_.data(), count);
-}
-
-void cMUL::ReadWindow::Reset() {
-    valid_ = false;
-    next_ = 0;
-}
-
 cMUL::cMUL() = default;
 cMUL::~cMUL() = default;
 

@@ -53,25 +53,6 @@ public:
     std::string Version = "0.5";
     int32_t Offset = 0;  // start of block 0 in constant-size mode; 0 in pair mode
 
-    // A read window over one file. A walk whose reads each start where the last
-    // one ended is served from one large positioned read per window; a read
-    // anywhere else goes straight to the file, so random access costs no more
-    // than a plain positioned read. Past the end of the file it gives zeros,
-    // like BinaryFile::ReadAt. The file must not change under a filled window:
-    // Reset after writing.
-    class ReadWindow {
-    public:
-        static constexpr size_t kSize = 1 << 16;
-        void Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
-        void Reset();
-
-    private:
-        std::vector<uint8_t> buffer_;
-        int64_t start_ = 0;
-        bool valid_ = false;
-        int64_t next_ = 0;  // where the last read ended
-    };
-
 private:
     struct Record {
         int32_t Position = 0;
@@ -83,8 +64,8 @@ private:
 
     BinaryFile idx_;
     BinaryFile mul_;
-    ReadWindow idxWindow_;
-    ReadWindow mulWindow_;
+    ReadWindow idxWindow_{1 << 18};
+    ReadWindow mulWindow_{1 << 18};
     int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else
 };
 

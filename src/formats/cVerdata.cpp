@@ -51,6 +51,7 @@ int32_t cVerdata::cOpen(const std::string& Filename) {
     BlockCount = LoadI32(count);
     reserved_ = 0;
     windowEntries_ = 0;
+    blockWindow_.Reset();
     Changed = 0;
     return 0;
 }
@@ -76,6 +77,7 @@ int32_t cVerdata::cCreate(const std::string& Filename, int32_t NumberOfBlocks) {
         ::unlink(Filename.c_str());
         return 505;
     }
+    blockWindow_.Reset();
     BlockCount = 0;
     reserved_ = NumberOfBlocks;
     fileSize_ = dataStart;
@@ -169,7 +171,7 @@ int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t&
             Fail("Verdata entry " + std::to_string(Index) + " has " + std::to_string(size) + " bytes at " +
                  std::to_string(position) + ", outside a file of " + std::to_string(fileSize_) + " bytes");
         bytes.resize(static_cast<size_t>(size));
-        file_.ReadAt(position, bytes.data(), bytes.size());
+        blockWindow_.Read(file_, position, bytes.data(), bytes.size());
     }
     if (fileId >= 256) {
         // Not a file number of the client: kept as an entry without data.

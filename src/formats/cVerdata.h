@@ -74,6 +74,8 @@ private:
     ByteArray window_;
     int32_t windowFirst_ = 0;
     int32_t windowEntries_ = 0;
+    // The blocks of a file are mostly read in the order they lie in it.
+    ReadWindow blockWindow_;
 };
 
 }  // namespace quillet

@@ -1,5 +1,8 @@
 // CompareMUL and SameBytes of mMuls: a patch of what differs between two
 // versions of one client file type.
+#include <algorithm>
+#include <cstring>
+
 #include "core/Checked.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
@@ -50,9 +53,12 @@ void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int3
 
 }  // namespace
 
+// Byte by byte over First: a difference answers false; running past the end
+// of a shorter Second is the subscript failure.
 bool SameBytes(const ByteArray& First, const ByteArray& Second) {
-    for (size_t i = 0; i < First.size(); ++i)
-        if (First[i] != At(Second, static_cast<int64_t>(i))) return false;
+    const size_t common = std::min(First.size(), Second.size());
+    if (common > 0 && std::memcmp(First.data(), Second.data(), common) != 0) return false;
+    if (First.size() > Second.size()) At(Second, static_cast<int64_t>(common));  // throws
     return true;
 }
 

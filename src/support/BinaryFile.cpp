@@ -128,6 +128,35 @@ size_t FileReader::Read(uint8_t* out, size_t count) {
 
 void FileReader::Seek(int64_t position) { pos_ = position; }
 
+void ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count) {
+    const int64_t end = position + static_cast<int64_t>(count);
+    if (position >= start_ && end <= start_ + static_cast<int64_t>(filled_)) {
+        std::memcpy(out, buffer_.data() + (position - start_), count);
+        next_ = end;
+        return;
+    }
+    const bool continues = position == next_;
+    next_ = end;
+    if (!continues || count >= size_ || position < 0) {
+        file.ReadAt(position, out, count);
+        return;
+    }
+    buffer_.resize(size_);
+    start_ = position;
+    filled_ = file.ReadAt(position, buffer_.data(), size_);
+    if (count <= filled_) {
+        std::memcpy(out, buffer_.data(), count);
+    } else {  // the file ends inside this read
+        std::memcpy(out, buffer_.data(), filled_);
+        std::memset(out + filled_, 0, count - filled_);
+    }
+}
+
+void ReadWindow::Reset() {
+    filled_ = 0;
+    next_ = 0;
+}
+
 FileWriter::FileWriter(BinaryFile& file, int64_t start, size_t window)
     : file_(file), window_(window), start_(start) {
     buffer_.reserve(window);

@@ -62,6 +62,28 @@ private:
     int64_t size_;
 };
 
+// A read window for positioned reads on a file that only grows. A walk whose
+// reads each start where the last one ended is served from one large
+// positioned read per window; a read anywhere else goes straight to the file,
+// so random access costs no more than a plain positioned read. The window
+// holds only bytes that were in the file when it was filled, so bytes
+// appended later are never shadowed by stale zeros. Past the end of the file
+// reads give zeros, like BinaryFile::ReadAt. Reset if bytes already in the
+// file are overwritten.
+class ReadWindow {
+public:
+    explicit ReadWindow(size_t size = 1 << 16) : size_(size) {}
+    void Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
+    void Reset();
+
+private:
+    size_t size_;
+    std::vector<uint8_t> buffer_;
+    int64_t start_ = 0;
+    size_t filled_ = 0;  // bytes of buffer_ that came from the file
+    int64_t next_ = 0;   // where the last read ended
+};
+
 // Buffered appending writer starting at a given offset. Any failed write is
 // remembered, so the caller checks once, at Flush.
 class FileWriter {
