@@ -69,6 +69,19 @@ TEST_F(PatchTest, BlocksAppendToTheDataFileWithOneBasedOffsets) {
     EXPECT_EQ(across, (ByteArray{6, 5, 4, 4}));
 }
 
+// Reading back in storing order fills a read window; bytes flushed after it
+// was filled must be read from the file, not taken as the window's end.
+TEST_F(PatchTest, DatafileReadsInOrderSeeBlocksFlushedLater) {
+    const ByteArray a(100, 0xA1), b(100, 0xB2);
+    StoreBlock(4, 0, 100, 0, a);
+    ASSERT_TRUE(Datafile_Flush(DataFileHandle));
+    EXPECT_EQ(ReadBlockBytes(4, 0), a);  // the window now ends where the file did
+    StoreBlock(4, 1, 100, 0, b);
+    ASSERT_TRUE(Datafile_Flush(DataFileHandle));
+    EXPECT_EQ(ReadBlockBytes(4, 1), b);  // starts where the last read ended
+    EXPECT_EQ(ReadBlockBytes(4, 0), a);
+}
+
 TEST_F(PatchTest, EmptyBlocksArePresentWithoutBytes) {
     StoreBlock(12, 0, 0, 0, ByteArray{});
     StoreBlock(12, 1, -1, 0, ByteArray{});
