@@ -17,7 +17,8 @@ std::string Wrap(const std::string& text, size_t indent, size_t first) {
     bool lineEmpty = true;
     while (words >> word) {
         if (!lineEmpty && column + 1 + word.size() > kWidth) {
-            out += "\n" + std::string(indent, ' ');
+            out += '\n';
+            out.append(indent, ' ');
             column = indent;
             lineEmpty = true;
         }
@@ -105,7 +106,9 @@ std::string CommandHelp(const CommandSpec& entry) {
         for (const OptionSpec& option : entry.options) {
             std::string head = "  " + option.name + (option.value.empty() ? "" : " " + option.value);
             if (head.size() >= 22) {
-                out += head + "\n" + std::string(22, ' ');
+                out += head;
+                out += '\n';
+                out.append(22, ' ');
             } else {
                 head.resize(22, ' ');
                 out += head;
@@ -113,7 +116,10 @@ std::string CommandHelp(const CommandSpec& entry) {
             out += Wrap(option.help, 22, 22) + "\n";
         }
     }
-    if (!entry.details.empty()) out += "\n" + Paragraphs(entry.details);
+    if (!entry.details.empty()) {
+        out += '\n';
+        out += Paragraphs(entry.details);
+    }
     return out;
 }
 

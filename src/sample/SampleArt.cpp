@@ -102,6 +102,7 @@ ByteArray MakeStaticArt(uint32_t seed, int32_t item) {
     const int32_t width = rng.Range(8, 44);
     const int32_t height = rng.Range(10, 80);
     ByteArray out;
+    out.reserve(8 + 6 * static_cast<size_t>(height) * static_cast<size_t>(width));
     LeWriter w(out);
     w.I32(static_cast<int32_t>(rng.Next()));  // the client's flag word, not interpreted here
     w.U16(static_cast<uint16_t>(width));
