@@ -1,5 +1,10 @@
 #include "core/mDatafile.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,7 +27,38 @@ constexpr size_t kBufferSize = 1 << 20;
     Fail(text);
 }
 
+constexpr const char* kMarkName = "user.quillet.datafile";
+
+// "." then 8 letters from "a" to "y", then ".dat": the names PatchNew draws.
+bool LooksLikeDatafileName(const char* name) {
+    if (std::strlen(name) != 13 || name[0] != '.' || std::strcmp(name + 9, ".dat") != 0) return false;
+    return std::all_of(name + 1, name + 9, [](char c) { return c >= 'a' && c <= 'y'; });
+}
+
+bool IsStale(int dirFd, const char* name) {
+    const int fd = ::openat(dirFd, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return false;
+    struct stat st {};
+    char mark[1];
+    const bool stale = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::getuid() &&
+                       ::fgetxattr(fd, kMarkName, mark, 0) >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) == 0;
+    ::close(fd);  // drops the lock taken for the test
+    return stale;
+}
+
 }  // namespace
+
+int RemoveStaleDatafiles(const std::string& Directory) {
+    DIR* dir = ::opendir(Directory.empty() ? "." : Directory.c_str());
+    if (!dir) return 0;
+    int removed = 0;
+    while (const dirent* entry = ::readdir(dir)) {
+        if (!LooksLikeDatafileName(entry->d_name) || !IsStale(::dirfd(dir), entry->d_name)) continue;
+        if (::unlinkat(::dirfd(dir), entry->d_name, 0) == 0) ++removed;
+    }
+    ::closedir(dir);
+    return removed;
+}
 
 bool Datafile_Create(DatafileHandle& handle, const std::string& FileName) {
     Datafile_Close(handle);
@@ -36,6 +72,10 @@ bool Datafile_Create(DatafileHandle& handle, const std::string& FileName) {
         MsgBox(text);
         return false;
     }
+    // Both are best effort: without them the file is only never taken for a leftover.
+    const int fd = handle.file.Descriptor();
+    ::flock(fd, LOCK_EX | LOCK_NB);
+    ::fsetxattr(fd, kMarkName, "", 0, 0);
     handle.pending.reserve(kBufferSize);
     return true;
 }

@@ -28,8 +28,17 @@ public:
 inline constexpr int64_t kDatafileLimit = 2147483647;
 
 // Replaces a file of that name with a new empty one, open for read and write.
-// Answers false (after logging) if it cannot be created.
+// Answers false (after logging) if it cannot be created. The new file is
+// marked as ours (an extended attribute, where the file system has them) and
+// locked for as long as it is open, so that a later run can tell a leftover
+// of a crashed run from a DataFile in use.
 bool Datafile_Create(DatafileHandle& handle, const std::string& FileName);
+// Deletes the DataFiles that crashed runs left in Directory ("" for the
+// current one): regular files named as a DataFile is named, that carry our
+// mark, belong to this user and that no running process holds locked.
+// Anything else, a file of the same name from another program included, is
+// left alone. Answers how many were deleted.
+int RemoveStaleDatafiles(const std::string& Directory);
 void Datafile_Close(DatafileHandle& handle);
 // Appends the bytes and answers their 1-based Offset. Fails (throws) if the
 // file is not open, a write fails, or the file would pass 2147483647 bytes;

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <random>
 
+#include "core/mDatafile.h"
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "viewers/mRadarCol.h"
@@ -31,6 +32,8 @@ std::string NewDataFileName() {
 
 void PatchNew() {
     CreatePatchStructures();
+    // What crashed runs left behind goes before this run adds its own.
+    RemoveStaleDatafiles(DataFileDirectory);
     DataFileName = NewDataFileName();
     if (!DataFileDirectory.empty())
         DataFileName = DataFileDirectory + (DataFileDirectory.back() == '/' ? "" : "/") + DataFileName;

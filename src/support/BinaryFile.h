@@ -26,6 +26,7 @@ public:
 
     bool Open(const std::string& path, Mode mode);
     bool IsOpen() const { return fd_ >= 0; }
+    int Descriptor() const { return fd_; }
     // Flushes nothing (the class has no buffer); answers false if close failed.
     bool Close();
     int64_t Size() const;

@@ -1,4 +1,6 @@
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <regex>
@@ -124,6 +126,81 @@ TEST_F(PatchTest, DatafileCreateReplacesAnExistingFile) {
     EXPECT_EQ(Datafile_Write(handle, ByteArray{5}), 1);
     Datafile_Close(handle);
     EXPECT_EQ(test::ReadFile(name), ByteArray{5});
+}
+
+// A child makes the DataFile `name` and either dies without cleaning up or
+// stays alive until told to go; the parent sees the file's name.
+struct OtherRun {
+    pid_t pid = -1;
+    int release = -1;  // closing it lets a living child end
+    std::string file;
+};
+
+OtherRun StartOtherRun(const std::string& name, bool crash) {
+    int names[2], gate[2];
+    EXPECT_EQ(::pipe(names), 0);
+    EXPECT_EQ(::pipe(gate), 0);
+    OtherRun run;
+    run.pid = ::fork();
+    if (run.pid == 0) {
+        ::close(names[0]);
+        ::close(gate[1]);
+        DatafileHandle handle;
+        Datafile_Create(handle, name);
+        (void)!::write(names[1], name.data(), name.size());
+        ::close(names[1]);
+        if (!crash) {
+            char c;
+            (void)!::read(gate[0], &c, 1);
+        }
+        ::_exit(0);  // no Datafile_Close, no unlink: as a crash leaves it
+    }
+    ::close(names[1]);
+    ::close(gate[0]);
+    char buffer[256];
+    const ssize_t got = ::read(names[0], buffer, sizeof buffer);
+    ::close(names[0]);
+    run.file.assign(buffer, got > 0 ? static_cast<size_t>(got) : 0);
+    run.release = gate[1];
+    if (crash) {
+        ::close(run.release);
+        ::waitpid(run.pid, nullptr, 0);
+    }
+    return run;
+}
+
+bool Exists(const std::string& path) {
+    struct stat st {};
+    return ::lstat(path.c_str(), &st) == 0;
+}
+
+TEST_F(PatchTest, LeftoverDatafilesOfCrashedRunsGoAtTheNextPatchAndNothingElseDoes) {
+    char mark[1];
+    if (::getxattr(DataFileName.c_str(), "user.quillet.datafile", mark, 0) < 0)
+        GTEST_SKIP() << "the scratch file system keeps no extended attributes: nothing is ever taken for a leftover";
+
+    const OtherRun crashed = StartOtherRun(Path(".qwertyui.dat"), true);
+    ASSERT_TRUE(Exists(crashed.file));
+    // Named like a DataFile but not one of ours, and a link to one of ours.
+    test::WriteFile(Path(".abcdefgh.dat"), ByteArray{1, 2, 3});
+    test::WriteFile(Path("target.bin"), ByteArray{4});
+    ASSERT_EQ(::symlink(crashed.file.c_str(), Path(".linkedxx.dat").c_str()), 0);
+
+    const OtherRun living = StartOtherRun(Path(".livingxx.dat"), false);
+    PatchDispose();
+    PatchNew();
+
+    EXPECT_FALSE(Exists(crashed.file));
+    EXPECT_TRUE(Exists(Path(".livingxx.dat"))) << "a run that is still going keeps its file";
+    EXPECT_EQ(test::ReadFile(Path(".abcdefgh.dat")), (ByteArray{1, 2, 3}));
+    EXPECT_TRUE(Exists(Path(".linkedxx.dat")));
+    EXPECT_TRUE(Exists(DataFileName)) << "this run's own new file";
+
+    ::close(living.release);
+    ::waitpid(living.pid, nullptr, 0);
+    EXPECT_EQ(RemoveStaleDatafiles(dir), 1) << "once its run ended, the file is a leftover";
+    EXPECT_FALSE(Exists(Path(".livingxx.dat")));
+    EXPECT_TRUE(Exists(DataFileName)) << "our own file stays while it is open";
 }
 
 TEST_F(PatchTest, DatafileThatCannotBeCreatedIsReportedAndWritesFail) {
