@@ -19,7 +19,6 @@ namespace {
 constexpr size_t kBufferSize = 1 << 20;
 
 [[noreturn]] void FailAndTell(DatafileHandle& handle, const std::string& text) {
-    handle.broken = true;
     if (!handle.reported) {
         handle.reported = true;
         MsgBox(text);
@@ -107,8 +106,10 @@ int32_t Datafile_Write(DatafileHandle& handle, const uint8_t* data, size_t size)
     if (handle.pending.size() + size > kBufferSize && !Datafile_Flush(handle))
         FailAndTell(handle, "Writing the patch's scratch file failed (is the disk full?): the block was not stored.");
     if (size >= kBufferSize) {
-        if (!handle.file.WriteAt(handle.flushed, data, size))
+        if (!handle.file.WriteAt(handle.flushed, data, size)) {
+            handle.broken = true;
             FailAndTell(handle, "Writing the patch's scratch file failed (is the disk full?): the block was not stored.");
+        }
         handle.flushed += static_cast<int64_t>(size);
     } else {
         handle.pending.insert(handle.pending.end(), data, data + size);
@@ -118,13 +119,18 @@ int32_t Datafile_Write(DatafileHandle& handle, const uint8_t* data, size_t size)
 
 void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArray& bytes) {
     if (Offset < 1 || Size < 1) Fail(kSubscript);
+    // After a failed write some stored blocks lost their bytes: reading any
+    // of them as zeros would save damaged blocks as if they were whole.
+    if (handle.broken) Fail("The patch's scratch file lost blocks when a write failed: its blocks cannot be read back.");
     const int64_t begin = int64_t{Offset} - 1;
     const int64_t end = begin + Size;
     bytes.resize(static_cast<size_t>(Size));
     // The part that is on disk, then the part still in the buffer.
     if (begin < handle.flushed) {
         const int64_t fromDisk = std::min(end, handle.flushed) - begin;
-        handle.window.Read(handle.file, begin, bytes.data(), static_cast<size_t>(fromDisk));
+        const auto wanted = static_cast<size_t>(fromDisk);
+        if (handle.window.Read(handle.file, begin, bytes.data(), wanted) != wanted)
+            Fail("The patch's scratch file is shorter than its blocks: were it cut or deleted?");
     }
     if (end > handle.flushed) {
         const int64_t from = std::max(begin, handle.flushed);

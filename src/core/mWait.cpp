@@ -30,8 +30,15 @@ void DoEvents() {
     if (Hooks().doEvents) Hooks().doEvents();
 }
 
+namespace {
+int64_t gMessagesShown = 0;
+}  // namespace
+
 void MsgBox(const std::string& text) {
+    ++gMessagesShown;
     if (Hooks().message) Hooks().message(text);
 }
+
+int64_t MessagesShown() { return gMessagesShown; }
 
 }  // namespace quillet

@@ -30,6 +30,9 @@ void Wait_Start(const std::string& text);
 void Wait_Stop();
 void DoEvents();
 void MsgBox(const std::string& text);
+// How many messages MsgBox has shown in this run: a caller can tell whether
+// a procedure that failed has told the user already.
+int64_t MessagesShown();
 
 // The counting point of every long loop: every 20000 items it stores the
 // percentage done and lets events run.

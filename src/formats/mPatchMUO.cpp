@@ -58,6 +58,7 @@ void LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
 
 bool SaveMUO(const std::string& PatchFilename) {
     const std::string temp = TempNameBeside(PatchFilename);
+    FileIdentity made;  // the temporary file this save made; no other is touched
     try {
         RecountAllBlocks();
         int64_t total = 0;
@@ -65,7 +66,9 @@ bool SaveMUO(const std::string& PatchFilename) {
             if (!FileTypes[id].Name.empty()) total += PatchBlocks[id].Count;
 
         cMUO muo;
-        if (const int32_t code = muo.cCreate(temp); code != 0) Fail(muo.cError(code) + " " + temp);
+        const int32_t created = muo.cCreate(temp);
+        made = IdentityOf(temp);
+        if (created != 0) Fail(muo.cError(created) + " " + temp);
         CountingPoint progress(total);
         int64_t written = 0;
         ByteArray bytes;
@@ -82,10 +85,11 @@ bool SaveMUO(const std::string& PatchFilename) {
             }
         }
         if (const int32_t code = muo.cClose(); code != 0) Fail(muo.cError(code) + " " + temp);
-        if (!CommitReplace(temp, PatchFilename)) Fail("Unable to replace " + PatchFilename);
+        if (!CommitReplace(temp, PatchFilename, made))
+            Fail("Unable to replace " + PatchFilename + " by " + temp + " (was it changed by another program?)");
         return true;
     } catch (...) {
-        ::unlink(temp.c_str());
+        RemoveIfSame(temp, made);
         gError.Log("mPatch.SaveMUO");
         return false;
     }

@@ -13,6 +13,7 @@
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
 #include "formats/cVerdata.h"
+#include "support/SafeSave.h"
 
 namespace quillet {
 namespace {
@@ -74,7 +75,7 @@ void SyncDirectory(const std::string& directory) {
 // replaces it in one step. Only a file system without hard links moves the
 // old file away first, which leaves verdata.mul missing between two renames.
 // Any step that fails undoes the steps before it and throws.
-void SwapInNewVerdata(const std::string& dir) {
+void SwapInNewVerdata(const std::string& dir, const FileIdentity& written) {
     const std::string mul = dir + "verdata.mul";
     const std::string tmp = dir + "verdata.tmp";
     const std::string bak = dir + "verdata.bak";
@@ -106,14 +107,16 @@ void SwapInNewVerdata(const std::string& dir) {
             Fail("Cannot keep " + mul + " as " + bak + ": " + ErrnoText(failure));
         }
     }
-    if (std::rename(tmp.c_str(), mul.c_str()) != 0) {
-        const int error = errno;
+    // Only the file this export wrote may become the game's file.
+    const bool stillOurs = IdentityOf(tmp) == written;
+    if (!stillOurs || std::rename(tmp.c_str(), mul.c_str()) != 0) {
+        const std::string why = stillOurs ? ErrnoText(errno) : "it is no longer the file this export wrote";
         if (linked)
             ::unlink(bak.c_str());  // the second name of the old file, which verdata.mul still holds
         else
             RenameNoReplace(bak, mul);
         restoreOlderBackup();
-        Fail("Cannot rename " + tmp + " to " + mul + ": " + ErrnoText(error));
+        Fail("Cannot rename " + tmp + " to " + mul + ": " + why);
     }
     SyncDirectory(dir);
 }
@@ -158,6 +161,7 @@ bool ExportVerdata(const std::string& Directory) {
     const std::string mul = dir + "verdata.mul";
     const std::string tmp = dir + "verdata.tmp";
     bool created = false;
+    FileIdentity written;  // of the verdata.tmp this export made; no other is touched
     try {
         int64_t patchTotal = 0;
         for (int id = 0; id <= kLastExportedFileID; ++id) {
@@ -188,10 +192,12 @@ bool ExportVerdata(const std::string& Directory) {
         const int32_t finalCount = AddLong(ToLong(patchTotal), oldCount);
 
         created = true;  // from here on a verdata.tmp may exist that is ours to remove
-        if (newFile.cCreate(tmp, finalCount) != 0) {
+        const int32_t createCode = newFile.cCreate(tmp, finalCount);
+        written = IdentityOf(tmp);
+        if (createCode != 0) {
             MsgBox("Unable to create the new verdata.mul");
             oldFile.cClose();
-            ::unlink(tmp.c_str());
+            RemoveIfSame(tmp, written);
             return false;
         }
 
@@ -231,10 +237,10 @@ bool ExportVerdata(const std::string& Directory) {
             Fail("Wrote " + std::to_string(newFile.cCount()) + " verdata entries of " + std::to_string(finalCount));
         if (const int32_t code = newFile.cClose(); code != 0) Fail(newFile.cError(code) + " " + tmp);
 
-        SwapInNewVerdata(dir);
+        SwapInNewVerdata(dir, written);
         return true;
     } catch (...) {
-        if (created) ::unlink(tmp.c_str());
+        if (created) RemoveIfSame(tmp, written);
         gError.Log("mVerdata.ExportVerdata");
         return false;
     }

@@ -77,16 +77,21 @@ frmExport::~frmExport() = default;
 
 void frmExport::cmdExport_Click() {
     // The list is not read: verdata is all there is. ExportVerdata tells the
-    // user of its own failures; the dialog closes whatever the outcome, and
-    // as an export does not change the patch, nothing is refreshed.
+    // user of the failures it foresees; one it only logs (a full disk, say)
+    // is told here. The dialog closes whatever the outcome, and as an export
+    // does not change the patch, nothing is refreshed.
     hide();
     Wait_Start("Exporting to verdata. Please wait.");
+    const int64_t toldBefore = MessagesShown();
+    bool exported = false;
     try {
-        ExportVerdata(gFileIO.exepath);
+        exported = ExportVerdata(gFileIO.exepath);
     } catch (...) {
         gError.Log("frmExport.cmdExport_Click");
     }
     Wait_Stop();
+    if (!exported && MessagesShown() == toldBefore)
+        MsgBox("verdata.mul was not written; the file that was there is unchanged. The log tells why.");
     done(QDialog::Accepted);
 }
 

@@ -25,7 +25,9 @@ BinaryFile& BinaryFile::operator=(BinaryFile&& other) noexcept {
 
 bool BinaryFile::Open(const std::string& path, Mode mode) {
     Close();
-    int flags = O_CLOEXEC;
+    // Non-blocking only for the open itself: a FIFO given as a file must not
+    // hang the program waiting for a writer. It is refused below.
+    int flags = O_CLOEXEC | O_NONBLOCK;
     switch (mode) {
         case Mode::Read: flags |= O_RDONLY; break;
         case Mode::ReadWrite: flags |= O_RDWR; break;
@@ -36,10 +38,13 @@ bool BinaryFile::Open(const std::string& path, Mode mode) {
     } while (fd_ < 0 && errno == EINTR);
     if (fd_ >= 0) {
         struct stat st {};
-        // A directory opens read-only on Linux; it is no file for our purposes.
+        // A directory opens read-only on Linux, a FIFO or a device too; none
+        // is a file for our purposes.
         if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
             ::close(fd_);
             fd_ = -1;
+        } else {
+            ::fcntl(fd_, F_SETFL, ::fcntl(fd_, F_GETFL) & ~O_NONBLOCK);
         }
     }
     return fd_ >= 0;
@@ -128,28 +133,23 @@ size_t FileReader::Read(uint8_t* out, size_t count) {
 
 void FileReader::Seek(int64_t position) { pos_ = position; }
 
-void ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count) {
+size_t ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count) {
     const int64_t end = position + static_cast<int64_t>(count);
     if (position >= start_ && end <= start_ + static_cast<int64_t>(filled_)) {
         std::memcpy(out, buffer_.data() + (position - start_), count);
         next_ = end;
-        return;
+        return count;
     }
     const bool continues = position == next_;
     next_ = end;
-    if (!continues || count >= size_ || position < 0) {
-        file.ReadAt(position, out, count);
-        return;
-    }
+    if (!continues || count >= size_ || position < 0) return file.ReadAt(position, out, count);
     buffer_.resize(size_);
     start_ = position;
     filled_ = file.ReadAt(position, buffer_.data(), size_);
-    if (count <= filled_) {
-        std::memcpy(out, buffer_.data(), count);
-    } else {  // the file ends inside this read
-        std::memcpy(out, buffer_.data(), filled_);
-        std::memset(out + filled_, 0, count - filled_);
-    }
+    const size_t got = std::min(count, filled_);
+    std::memcpy(out, buffer_.data(), got);
+    std::memset(out + got, 0, count - got);  // the file ends inside this read
+    return got;
 }
 
 void ReadWindow::Reset() {

@@ -74,7 +74,8 @@ private:
 class ReadWindow {
 public:
     explicit ReadWindow(size_t size = 1 << 16) : size_(size) {}
-    void Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
+    // Answers the number of bytes that came from the file.
+    size_t Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
     void Reset();
 
 private:

@@ -1,8 +1,10 @@
 #include "support/SafeSave.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace quillet {
@@ -20,13 +22,36 @@ std::string TempNameBeside(const std::string& target) {
     return dir + "." + base + ".tmp-" + std::to_string(::getpid());
 }
 
-bool CommitReplace(const std::string& tempName, const std::string& target) {
-    const int fd = ::open(tempName.c_str(), O_RDONLY | O_CLOEXEC);
-    bool ok = fd >= 0 && ::fsync(fd) == 0;
+FileIdentity IdentityOf(const std::string& path) {
+    struct stat st {};
+    if (::lstat(path.c_str(), &st) != 0) return {};
+    return {static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino)};
+}
+
+void RemoveIfSame(const std::string& path, const FileIdentity& identity) {
+    if (IdentityOf(path) == identity) ::unlink(path.c_str());
+}
+
+namespace {
+
+bool Commit(const std::string& tempName, const std::string& target, const FileIdentity* written) {
+    const int fd = ::open(tempName.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat st {};
+    const bool ours = fd >= 0 && (!written || (::fstat(fd, &st) == 0 &&
+                                               FileIdentity{static_cast<uint64_t>(st.st_dev),
+                                                            static_cast<uint64_t>(st.st_ino)} == *written));
+    bool ok = ours && ::fsync(fd) == 0;
     if (fd >= 0) ::close(fd);
+    // Checked again just before the rename: the sync can take seconds.
+    ok = ok && (!written || IdentityOf(tempName) == *written);
     ok = ok && std::rename(tempName.c_str(), target.c_str()) == 0;
     if (!ok) {
-        ::unlink(tempName.c_str());
+        const int error = errno;
+        if (!written)
+            ::unlink(tempName.c_str());
+        else
+            RemoveIfSame(tempName, *written);
+        errno = error;
         return false;
     }
     const std::string dir = DirectoryOf(target);
@@ -36,6 +61,16 @@ bool CommitReplace(const std::string& tempName, const std::string& target) {
         ::close(dirFd);
     }
     return true;
+}
+
+}  // namespace
+
+bool CommitReplace(const std::string& tempName, const std::string& target) {
+    return Commit(tempName, target, nullptr);
+}
+
+bool CommitReplace(const std::string& tempName, const std::string& target, const FileIdentity& written) {
+    return Commit(tempName, target, &written);
 }
 
 }  // namespace quillet

@@ -7,12 +7,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string_view>
 
 #include "core/Checked.h"
 #include "core/mStart.h"
+#include "support/BinaryFile.h"
 
 namespace quillet {
 namespace {
@@ -175,9 +175,18 @@ bool SectionComponents(std::string_view line, Style style, std::vector<std::stri
     std::string current;
     Utf16ToUtf8 out(current);
     size_t pos = 1;
+    // A backslash that an escape spells (\x005c, \134) parts names as a
+    // written one does: no key name holds one, and the path joined from the
+    // components must have as many names as there are components.
     auto endComponent = [&] {
         out.Finish();
-        if (!current.empty()) components.push_back(current);
+        for (size_t start = 0;;) {
+            const size_t at = current.find('\\', start);
+            const std::string name = current.substr(start, at == std::string::npos ? at : at - start);
+            if (!name.empty()) components.push_back(name);
+            if (at == std::string::npos) break;
+            start = at + 1;
+        }
         current.clear();
     };
     if (style == Style::Regedit) {
@@ -249,9 +258,13 @@ int32_t RootOfName(std::string_view name) {
 
 bool LoadHive(const std::string& file, Hive& hive) {
     if (file.empty()) return false;
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return false;
-    std::string raw((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // A regular file only (a FIFO would wait for a writer for ever), and of a
+    // size a registry file can have: Wine's are tens of megabytes.
+    constexpr int64_t kLargestHive = int64_t{256} << 20;
+    BinaryFile in;
+    if (!in.Open(file, BinaryFile::Mode::Read) || in.Size() > kLargestHive) return false;
+    std::string raw(static_cast<size_t>(in.Size()), '\0');
+    raw.resize(in.ReadAt(0, reinterpret_cast<uint8_t*>(raw.data()), raw.size()));
     if (raw.size() >= 2 && static_cast<uint8_t>(raw[0]) == 0xFF && static_cast<uint8_t>(raw[1]) == 0xFE) {
         // A regedit export of version 5 is UTF-16.
         Utf16ToUtf8 out(hive.text);
@@ -424,7 +437,9 @@ void Scan(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool wantV
                                                            path[view.path.size()] == '\\';
                 if (same || below) view.exists = true;
                 if (same) inSection.push_back(&view);
-                if (below) {
+                // The path is joined from the components, so a path below the
+                // view has a component at the view's depth; guarded all the same.
+                if (below && from + view.depth < components.size()) {
                     const std::string& child = components[from + view.depth];
                     bool known = false;
                     for (const std::string& name : view.subkeys) known = known || SameCaseless(name, child);

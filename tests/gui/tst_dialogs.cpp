@@ -583,6 +583,26 @@ private Q_SLOTS:
         QVERIFY(form->mnuOpen->isEnabled());
     }
 
+    // A failure the export only logs (here an old file that counts more
+    // entries than it holds) is still told, once, and the old file stays.
+    void exportFailureThatIsOnlyLoggedIsTold() {
+        const QByteArray untrusted("\x10\x00\x00\x00", 4);
+        QFile file(P("verdata.mul"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(untrusted);
+        file.close();
+        auto dialog = Open<frmExport>();
+        StoreBlock(4, 7, 3, 0, Bytes(3, 7));
+        QTest::mouseClick(dialog->cmdExport, Qt::LeftButton);
+        QVERIFY(dialog->Unloaded());
+        QCOMPARE(env.messages.size(), size_t{1});
+        QVERIFY2(QString::fromStdString(env.messages[0]).startsWith("verdata.mul was not written"), env.messages[0].c_str());
+        QVERIFY(form->mnuOpen->isEnabled());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), untrusted);
+        QVERIFY(!QFile::exists(P("verdata.tmp")));
+    }
+
     // ---- Compare
 
     void compareOpensOnMap() {

@@ -1,0 +1,478 @@
+// Faults of the disk under the two procedures that write the user's files,
+// SaveMUO and ExportVerdata, and under the scratch DataFile: a full disk, a
+// folder that cannot be written, and files that vanish or are replaced while
+// the work runs (the wait hooks let a test act at a counting point or a
+// message). In every case the procedure answers failure or its documented
+// outcome, the failure is logged or shown, the old file is byte-identical
+// and no temporary file is left beside it.
+#include <grp.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <initializer_list>
+
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "core/mWait.h"
+#include "formats/mPatchMUO.h"
+#include "formats/mVerdata.h"
+#include "hostile/HostileUtil.h"
+#include "operations/mImport.h"
+#include "support/SafeSave.h"
+
+namespace quillet {
+namespace {
+
+using hostile::Bytes;
+using hostile::Exists;
+
+constexpr const char* kCannotOpen = "Unable to open the verdata.mul. It is maybe in use or read only.";
+constexpr const char* kCannotCreate = "Unable to create the new verdata.mul";
+
+// A child process can only answer a number: each condition is one bit.
+int Bits(std::initializer_list<bool> conditions) {
+    int bits = 0;
+    int bit = 0;
+    for (const bool condition : conditions) bits |= (condition ? 1 : 0) << bit++;
+    return bits;
+}
+void ExpectBits(int got, std::initializer_list<const char*> names) {
+    ASSERT_GE(got, 0) << "the child process did not end normally";
+    int bit = 0;
+    for (const char* name : names) EXPECT_TRUE(got & (1 << bit++)) << name;
+}
+
+class DiskFaultTest : public test::PatchTest {
+protected:
+    void SetUp() override {
+        PatchTest::SetUp();
+        disk = Path("disk");
+        ::mkdir(disk.c_str(), 0700);
+    }
+    void TearDown() override {
+        PatchDispose();  // the DataFile may live on the small disk
+        if (mounted_) ::umount2(disk.c_str(), MNT_DETACH);
+        ::chmod(dir.c_str(), 0700);
+        ::chmod(disk.c_str(), 0700);
+        PatchTest::TearDown();
+    }
+
+    // A tmpfs of `bytes` at disk, when this process may mount one (root).
+    bool MountSmallDisk(size_t bytes) {
+        const std::string options = "size=" + std::to_string(bytes) + ",mode=0700";
+        mounted_ = ::geteuid() == 0 && ::mount("tmpfs", disk.c_str(), "tmpfs", 0, options.c_str()) == 0;
+        return mounted_;
+    }
+
+    // Runs body where files cannot grow: on the small tmpfs if there is one
+    // (body runs here), else in a child process whose files may not pass
+    // `bytes` (RLIMIT_FSIZE, with SIGXFSZ ignored so the write just fails).
+    // Answers body's number, or -1 if the child did not end normally.
+    int OnFullDisk(size_t bytes, const std::function<int()>& body) const {
+        if (mounted_) return body();
+        std::fflush(nullptr);
+        const pid_t pid = ::fork();
+        if (pid < 0) return -1;
+        if (pid == 0) {
+            rlimit limit{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
+            std::signal(SIGXFSZ, SIG_IGN);
+            ::_exit(::setrlimit(RLIMIT_FSIZE, &limit) == 0 ? body() & 0xFF : 255);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    // Runs body where disk cannot be written: the tmpfs remounted read-only;
+    // else the folder's write bits taken away, which only binds root when
+    // body runs in a child process that has become the user nobody.
+    // Answers body's number, -1 if the child failed, -2 if nothing could be done.
+    int WithoutWriteAccess(const std::function<int()>& body) {
+        if (mounted_) {
+            if (::mount("tmpfs", disk.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) != 0) return -2;
+            return body();
+        }
+        ::chmod(disk.c_str(), 0555);
+        if (::geteuid() != 0) return body();
+        ::chmod(dir.c_str(), 0711);
+        std::fflush(nullptr);
+        const pid_t pid = ::fork();
+        if (pid < 0) return -2;
+        if (pid == 0) {
+            const bool dropped = ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
+            ::_exit(dropped ? body() & 0xFF : 254);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 254) return -2;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    // Acts once, at the first counting point of the next long operation.
+    void AtFirstCountingPoint(std::function<void()> act) {
+        WaitHooks hooks = CurrentWaitHooks();
+        hooks.doEvents = [act = std::move(act), done = false]() mutable {
+            if (!done) act();
+            done = true;
+        };
+        InstallWaitHooks(hooks);
+    }
+
+    // Exactly one log line, of proc, with a description.
+    void ExpectOneLogLine(const std::string& proc) {
+        const std::vector<std::string> lines = LogLines();
+        ASSERT_EQ(lines.size(), 1u) << "log lines";
+        const std::vector<std::string> ofProc = hostile::LinesOf(lines, proc);
+        ASSERT_EQ(ofProc.size(), 1u) << lines[0];
+        EXPECT_GT(ofProc[0].size(), ofProc[0].find(proc + ": ") + proc.size() + 3) << "no description";
+    }
+
+    std::string disk;
+    bool mounted_ = false;
+};
+
+ByteArray OldMuo() { return Bytes{}.muoHeader(1).muo(4, 9, 0, 3, {7, 8, 9}).b; }
+
+// Two entries in use and their data; 4 + 2 * 20 = 44 is where the data begins.
+ByteArray OldVerdata() { return Bytes{}.le(2).verdata(12, 5, 44, 2, 0x11).verdata(4, 3, 0, -1, 0).u8(0xA1).u8(0xA2).b; }
+
+// ---- a full disk ----
+
+TEST_F(DiskFaultTest, SaveMUOOnAFullDiskKeepsTheOldFile) {
+    MountSmallDisk(128 << 10);
+    const std::string target = disk + "/patch.muo";
+    test::WriteFile(target, OldMuo());
+    const ByteArray big(300000, 0x47);
+    StoreBlock(12, 1, 300000, 7, big);
+    StoreBlock(4, 2, 1, 0, ByteArray{1});
+
+    ExpectBits(OnFullDisk(128 << 10, [&] { return Bits({!SaveMUO(target)}); }), {"SaveMUO answers false"});
+    EXPECT_EQ(test::ReadFile(target), OldMuo());
+    EXPECT_FALSE(Exists(TempNameBeside(target)));
+    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"patch.muo"});
+    ExpectOneLogLine("mPatch.SaveMUO");
+    EXPECT_EQ(ReadBlockBytes(12, 1), big);  // the patch itself is as it was
+}
+
+TEST_F(DiskFaultTest, ExportOnAFullDiskKeepsVerdataAndItsBackups) {
+    if (!MountSmallDisk(128 << 10))
+        GTEST_SKIP() << "no tmpfs can be mounted here; the RLIMIT_FSIZE variant is ExportTest's "
+                        "ExportThatFillsTheDiskLeavesEverythingAsItWas";
+    test::WriteFile(disk + "/verdata.mul", OldVerdata());
+    test::WriteFile(disk + "/verdata.bak", ByteArray{0xBA});
+    StoreBlock(12, 1, 300000, 0, ByteArray(300000, 0x47));
+
+    EXPECT_FALSE(ExportVerdata(disk));
+    EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
+    EXPECT_EQ(test::ReadFile(disk + "/verdata.bak"), ByteArray{0xBA});
+    EXPECT_EQ(hostile::FilesUnder(disk), (std::set<std::string>{"verdata.bak", "verdata.mul"}));
+    ExpectOneLogLine("mVerdata.ExportVerdata");
+}
+
+TEST_F(DiskFaultTest, ExportWhoseIndexCannotBeReservedTellsTheUser) {
+    MountSmallDisk(64 << 10);
+    test::WriteFile(disk + "/verdata.mul", OldVerdata());
+    // 5000 present, empty blocks: no bytes, but 100 kB of index to reserve.
+    for (int32_t block = 0; block < 5000; ++block) StoreBlock(4, block, -1, 0, nullptr);
+
+    ExpectBits(OnFullDisk(64 << 10,
+                          [&] {
+                              const bool exported = ExportVerdata(disk);
+                              return Bits({!exported, messages == std::vector<std::string>{kCannotCreate}});
+                          }),
+               {"ExportVerdata answers false", "the user is told that the new file cannot be created"});
+    EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
+    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
+    EXPECT_EQ(LogLines(), std::vector<std::string>{});  // a message, not a log line
+}
+
+// The scratch file fills the disk while a MUO file is loaded. The user is
+// told once; the load stops with a log line. The blocks whose bytes were
+// still in the buffer when its write failed are then not in the DataFile,
+// so a later save must not write something else in their place.
+TEST_F(DiskFaultTest, ScratchFileOnAFullDiskIsToldOnceAndLosesNoBlockSilently) {
+    MountSmallDisk(256 << 10);
+    PatchDispose();
+    DataFileDirectory = disk;
+    PatchNew();
+    ASSERT_TRUE(DataFileHandle.IsOpen());
+    const ByteArray first(700000, 0x31);
+    const ByteArray second(700000, 0x32);
+    const ByteArray input = Bytes{}.muoHeader(2).muo(4, 1, 0, 700000, first).muo(4, 2, 0, 700000, second).b;
+    test::WriteFile(Path("in.muo"), input);
+    test::WriteFile(Path("verdata.mul"), ByteArray{0, 0, 0, 0});
+
+    const int got = OnFullDisk(256 << 10, [&] {
+        LoadMUO(Path("in.muo"), 0, 255, 0, 400000);
+        const bool toldOnce = messages.size() == 1 && messages[0].find("disk full") != std::string::npos;
+        const bool secondAbsent = Slot(4, 2).Offset == -1;
+        bool laterWriteFails = false;
+        try {
+            StoreBlock(4, 3, 1, 0, ByteArray{1});
+        } catch (const Failure&) {
+            laterWriteFails = true;
+        }
+        const bool stillOnce = messages.size() == 1;
+        // What a save makes of the patch now: refused, or block 1 whole.
+        const bool saved = SaveMUO(Path("out.muo"));
+        const ByteArray out = test::ReadFile(Path("out.muo"));
+        const bool truthful = !saved || (out.size() == 45 + 16 + 700000 &&
+                                         ByteArray(out.end() - 700000, out.end()) == first);
+        // And an export: refused, or block 1 whole behind its one entry.
+        const bool exported = ExportVerdata(dir);
+        const ByteArray verdata = test::ReadFile(Path("verdata.mul"));
+        const bool exportTruthful = !exported || (verdata.size() == 4 + 20 + 700000 &&
+                                                  ByteArray(verdata.end() - 700000, verdata.end()) == first);
+        return Bits({toldOnce, secondAbsent, laterWriteFails, stillOnce, truthful, exportTruthful});
+    });
+    ExpectBits(got & 0x0F, {"the user is told of the full disk", "the entry that failed is not stored",
+                            "a later write fails at once", "and is not told again"});
+    EXPECT_EQ(test::ReadFile(Path("in.muo")), input);
+    EXPECT_EQ(hostile::LinesOf(LogLines(), "mPatch.LoadMUO").size(), 1u);
+    // Under a file size limit out.muo cannot be written either; only the
+    // small file system shows what the save makes of the lost bytes.
+    EXPECT_FALSE(Exists(TempNameBeside(Path("out.muo"))));
+    EXPECT_FALSE(Exists(Path("verdata.tmp")));
+    if (mounted_ && got >= 0)
+        ExpectBits(got >> 4, {"a save writes no block whose bytes were lost", "nor does an export"});
+}
+
+// ---- a folder that cannot be written ----
+
+TEST_F(DiskFaultTest, SaveMUOInAReadOnlyFolderKeepsTheOldFile) {
+    MountSmallDisk(1 << 20);
+    const std::string target = disk + "/patch.muo";
+    test::WriteFile(target, OldMuo());
+    StoreBlock(4, 2, 1, 0, ByteArray{1});
+
+    const int got = WithoutWriteAccess([&] { return Bits({!SaveMUO(target)}); });
+    if (got == -2) GTEST_SKIP() << "neither a read-only mount nor an unprivileged user is available";
+    ExpectBits(got, {"SaveMUO answers false"});
+    EXPECT_EQ(test::ReadFile(target), OldMuo());
+    EXPECT_FALSE(Exists(TempNameBeside(target)));
+    // The unprivileged child cannot write the test's log; its line went to stderr.
+    if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
+}
+
+TEST_F(DiskFaultTest, ExportInAReadOnlyFolderTellsTheUser) {
+    if (!MountSmallDisk(1 << 20))
+        GTEST_SKIP() << "no tmpfs can be mounted here; the unprivileged-user variant is ExportTest's "
+                        "ExportWithoutWritePermissionTellsTheUserAndChangesNothing";
+    test::WriteFile(disk + "/verdata.mul", OldVerdata());
+    StoreBlock(4, 2, 1, 0, ByteArray{1});
+
+    const int got = WithoutWriteAccess([&] {
+        const bool exported = ExportVerdata(disk);
+        return Bits({!exported, messages == std::vector<std::string>{kCannotOpen}});
+    });
+    ASSERT_NE(got, -2) << "the tmpfs could not be made read-only";
+    ExpectBits(got, {"ExportVerdata answers false", "the user is told that verdata.mul cannot be opened"});
+    EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
+    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
+}
+
+// ---- files that vanish or are replaced while the work runs ----
+
+struct Disturbance {
+    const char* name;
+    std::function<void(const std::string& target, const std::string& temp)> act;
+    enum { Saves, Fails, Foreign } outcome;  // Foreign: fails, and the file put there stays as it is
+};
+
+const ByteArray kForeign{0xF0, 0x0F};
+
+void Replace(const std::string& path, const ByteArray& bytes) {
+    test::WriteFile(path + ".new", bytes);
+    std::rename((path + ".new").c_str(), path.c_str());
+}
+
+TEST_F(DiskFaultTest, SaveMUOWhileItsFilesAreDisturbed) {
+    // 20001 empty blocks and one with bytes: the save passes a counting point midway.
+    for (int32_t block = 0; block <= 20000; ++block) StoreBlock(4, block, -1, block, nullptr);
+    StoreBlock(4, 20001, 3, 0, ByteArray{1, 2, 3});
+    ASSERT_TRUE(SaveMUO(Path("reference.muo")));
+    const ByteArray reference = test::ReadFile(Path("reference.muo"));
+    ASSERT_EQ(reference.size(), 45u + 20002 * 16 + 3);
+
+    const std::vector<Disturbance> rows{
+        {"the target is deleted", [](const auto& target, const auto&) { ::unlink(target.c_str()); },
+         Disturbance::Saves},
+        {"the target is replaced", [](const auto& target, const auto&) { Replace(target, kForeign); },
+         Disturbance::Saves},
+        {"the temporary file is deleted", [](const auto&, const auto& temp) { ::unlink(temp.c_str()); },
+         Disturbance::Fails},
+        {"the temporary file is replaced", [](const auto&, const auto& temp) { Replace(temp, kForeign); },
+         Disturbance::Foreign},
+    };
+    const std::string target = Path("patch.muo");
+    const std::string temp = TempNameBeside(target);
+    for (const Disturbance& row : rows) {
+        SCOPED_TRACE(row.name);
+        test::WriteFile(target, OldMuo());
+        ::unlink(Path("test.log").c_str());
+        bool acted = false;
+        AtFirstCountingPoint([&] {
+            acted = Exists(temp);
+            row.act(target, temp);
+        });
+        const bool saved = SaveMUO(target);
+        InstallWaitHooks({});
+        EXPECT_TRUE(acted) << "the counting point came before the temporary file";
+        const ByteArray now = test::ReadFile(target);
+        const bool wantSaved = row.outcome == Disturbance::Saves;
+        EXPECT_EQ(saved, wantSaved);
+        EXPECT_EQ(now, wantSaved ? reference : OldMuo());
+        if (!wantSaved) ExpectOneLogLine("mPatch.SaveMUO");
+        if (row.outcome == Disturbance::Foreign) {
+            EXPECT_EQ(test::ReadFile(temp), kForeign) << "not ours to delete";
+            ::unlink(temp.c_str());
+        }
+        EXPECT_FALSE(Exists(temp));
+    }
+}
+
+TEST_F(DiskFaultTest, ExportWhileItsFilesAreDisturbed) {
+    StoreBlock(4, 1, 2, 5, ByteArray{1, 2});
+    StoreBlock(12, 3, -1, 0, nullptr);
+    ::mkdir(Path("ref").c_str(), 0700);
+    test::WriteFile(Path("ref/verdata.mul"), OldVerdata());
+    ASSERT_TRUE(ExportVerdata(Path("ref")));
+    const ByteArray reference = test::ReadFile(Path("ref/verdata.mul"));
+
+    enum Outcome { Gone, Saves, Fails, Foreign, BackupKept };
+    struct Row {
+        const char* name;
+        std::function<void(const std::string& d)> act;
+        Outcome outcome;
+    };
+    const std::vector<Row> rows{
+        {"verdata.mul is deleted", [](const std::string& d) { ::unlink((d + "verdata.mul").c_str()); }, Gone},
+        {"verdata.mul is replaced", [](const std::string& d) { Replace(d + "verdata.mul", kForeign); }, Saves},
+        {"verdata.tmp is deleted", [](const std::string& d) { ::unlink((d + "verdata.tmp").c_str()); }, Fails},
+        {"a verdata.bak appears", [](const std::string& d) { test::WriteFile(d + "verdata.bak", kForeign); },
+         BackupKept},
+        {"verdata.tmp is replaced", [](const std::string& d) { Replace(d + "verdata.tmp", kForeign); }, Foreign},
+    };
+    int n = 0;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::string d = Path("run" + std::to_string(n++)) + "/";
+        ::mkdir(d.c_str(), 0700);
+        test::WriteFile(d + "verdata.mul", OldVerdata());
+        ::unlink(Path("test.log").c_str());
+        bool acted = false;
+        AtFirstCountingPoint([&] {
+            acted = Exists(d + "verdata.tmp");
+            row.act(d);
+        });
+        const bool exported = ExportVerdata(d);
+        InstallWaitHooks({});
+        EXPECT_TRUE(acted) << "the counting point came before verdata.tmp";
+        EXPECT_TRUE(messages.empty());
+        const ByteArray now = test::ReadFile(d + "verdata.mul");
+        std::set<std::string> files = hostile::FilesUnder(d);
+        EXPECT_EQ(files.count("verdata.tmp"), row.outcome == Foreign ? 1u : 0u);
+        switch (row.outcome) {
+            case Gone:  // nothing to keep as the backup: the export does not happen
+                EXPECT_FALSE(exported);
+                EXPECT_EQ(files, std::set<std::string>{});
+                ExpectOneLogLine("mVerdata.ExportVerdata");
+                break;
+            case Saves:  // the file that stood there at the swap is the backup
+                EXPECT_TRUE(exported);
+                EXPECT_EQ(now, reference);
+                EXPECT_EQ(test::ReadFile(d + "verdata.bak"), kForeign);
+                break;
+            case Fails:
+                EXPECT_FALSE(exported);
+                EXPECT_EQ(now, OldVerdata());
+                EXPECT_EQ(files, std::set<std::string>{"verdata.mul"});
+                ExpectOneLogLine("mVerdata.ExportVerdata");
+                break;
+            case Foreign:  // another run's verdata.tmp, say: neither installed nor deleted
+                EXPECT_FALSE(exported);
+                EXPECT_EQ(now, OldVerdata());
+                EXPECT_EQ(test::ReadFile(d + "verdata.tmp"), kForeign);
+                EXPECT_EQ(files, (std::set<std::string>{"verdata.mul", "verdata.tmp"}));
+                ExpectOneLogLine("mVerdata.ExportVerdata");
+                break;
+            case BackupKept:
+                EXPECT_TRUE(exported);
+                EXPECT_EQ(now, reference);
+                EXPECT_EQ(test::ReadFile(d + "verdata.bak"), OldVerdata());
+                EXPECT_EQ(test::ReadFile(d + "verdata.1.bak"), kForeign);
+                break;
+        }
+    }
+}
+
+// A MUO file replaced or deleted while it is loaded (here at the first
+// illegal-block message): the load goes on with the file it opened. The
+// refused entry's data is longer than any read window, so the entry after
+// it is read from the file after the change.
+TEST_F(DiskFaultTest, LoadMUOGoesOnWithTheFileItOpened) {
+    const ByteArray input =
+        Bytes{}.muoHeader(2).muo(4, 65537, 0, 200000, ByteArray(200000, 9)).muo(4, 1, 0, 2, {0x41, 0x42}).b;
+    for (const bool replace : {true, false}) {
+        SCOPED_TRACE(replace ? "replaced" : "deleted");
+        PatchDispose();
+        PatchNew();
+        messages.clear();
+        test::WriteFile(Path("in.muo"), input);
+        WaitHooks hooks = CurrentWaitHooks();
+        hooks.message = [&](const std::string& text) {
+            messages.push_back(text);
+            if (replace)
+                Replace(Path("in.muo"), kForeign);
+            else
+                ::unlink(Path("in.muo").c_str());
+        };
+        InstallWaitHooks(hooks);
+        LoadMUO(Path("in.muo"), 0, 255, 0, 400000);
+        EXPECT_EQ(messages.size(), 1u);
+        EXPECT_EQ(ReadBlockBytes(4, 1), (ByteArray{0x41, 0x42}));
+        EXPECT_EQ(PatchBlocks[4].Count, 1);
+        EXPECT_EQ(test::ReadFile(Path("in.muo")), replace ? kForeign : ByteArray{});
+        EXPECT_EQ(LogLines(), std::vector<std::string>{});
+    }
+}
+
+// ---- the DataFile's 2 GB limit, reached through a loader ----
+
+TEST_F(DiskFaultTest, ScratchFileLimitIsReportedNotWrapped) {
+    const ByteArray mul{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+    const ByteArray idx = Bytes{}.record(0, 4, 0).record(4, 4, 0).record(8, 4, 0).b;
+    test::WriteFile(Path("art.mul"), mul);
+    test::WriteFile(Path("art.idx"), idx);
+    // As if the file held 2147483641 bytes: the offsets, not the disk, end there.
+    DataFileHandle.flushed = kDatafileLimit - 6;
+
+    LoadMUL(Path("art.mul"), Path("art.idx"), 4, 0, 2);
+    ASSERT_EQ(messages.size(), 1u);  // once, not per block
+    EXPECT_NE(messages[0].find("2147483647"), std::string::npos) << messages[0];
+    ExpectOneLogLine("mMuls.LoadMUL");
+    EXPECT_EQ(Slot(4, 0).Offset, kDatafileLimit - 5);  // the last block that fits
+    EXPECT_EQ(Slot(4, 1).Offset, -1);
+    EXPECT_EQ(Slot(4, 2).Offset, -1);
+    EXPECT_EQ(test::ReadFile(Path("art.mul")), mul);
+    EXPECT_EQ(test::ReadFile(Path("art.idx")), idx);
+
+    // The block just below the limit reads back whole, into a new verdata.mul.
+    test::WriteFile(Path("verdata.mul"), ByteArray{0, 0, 0, 0});
+    ASSERT_TRUE(ExportVerdata(dir));
+    const ByteArray exported = test::ReadFile(Path("verdata.mul"));
+    EXPECT_EQ(exported, Bytes{}.le(1).verdata(4, 0, 24, 4, 0).raw({0, 1, 2, 3}).b);
+
+    DataFileHandle.pending.clear();  // nothing of this reaches the disk
+    DataFileHandle.flushed = 0;
+}
+
+}  // namespace
+}  // namespace quillet

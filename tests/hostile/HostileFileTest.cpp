@@ -1,0 +1,469 @@
+// A corpus of damaged and hostile input files, each handed to the procedure
+// that reads such a file. Every case must end as designed (blocks stored or
+// not, counts, an illegal-block message, or one log line of the procedure)
+// and never crash, hang or allocate what the file merely claims; and every
+// input must be byte-identical afterwards, with nothing new beside it.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <ostream>
+
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mStart.h"
+#include "formats/mPatchMUO.h"
+#include "formats/mPatchUOP.h"
+#include "formats/mVerdata.h"
+#include "hostile/HostileUtil.h"
+#include "operations/mImport.h"
+#include "support/cRegistery.h"
+#include "support/cUO.h"
+
+namespace quillet {
+namespace {
+
+using hostile::Bytes;
+using hostile::kMaxLong;
+using hostile::kMinLong;
+
+using Files = std::vector<std::pair<std::string, ByteArray>>;
+using Run = std::function<void(const std::string& dir)>;
+using Check = std::function<void()>;
+
+struct Outcome {
+    std::string logged;                // procedure of the one log line; empty: no line at all
+    std::string says;                  // what that line's description holds
+    int messages = 0;                  // illegal-block messages
+    std::map<int, int32_t> counts;     // types left with a Count; every other type has 0
+    std::vector<std::string> created;  // files the design lets the call make
+};
+
+struct Case {
+    std::string name;
+    Files inputs;
+    Run run;
+    Outcome want;
+    Check check;  // slots worth a closer look
+};
+
+void PrintTo(const Case& c, std::ostream* out) { *out << c.name; }
+
+// ---- the procedures, on the inputs' fixed names ----
+
+Run Muo(int32_t fromBlock = 0) {
+    return [=](const std::string& dir) { LoadMUO(dir + "/in.muo", 0, 255, fromBlock, 400000); };
+}
+Run Uop(int32_t fromBlock = 0) {
+    return [=](const std::string& dir) { LoadUOP(dir + "/in.uop", 0, 255, fromBlock, 400000); };
+}
+Run Verdata() {
+    return [](const std::string& dir) { LoadVerdata(dir + "/in.mul", 0, 255, 0, 400000); };
+}
+Run Mul(uint8_t fileId, int32_t from, int32_t to) {
+    return [=](const std::string& dir) { LoadMUL(dir + "/in.mul", dir + "/in.idx", fileId, from, to); };
+}
+Run Tiledata(int32_t from, int32_t to) {
+    return [=](const std::string& dir) { LoadTiledata(dir + "/in.mul", from, to); };
+}
+Run Compare(uint8_t fileId) {
+    return [=](const std::string& dir) {
+        CompareMUL(dir + "/base.mul", dir + "/base.idx", dir + "/new.mul", dir + "/new.idx", fileId);
+    };
+}
+
+// The client's place from a prefix whose system.reg is the input.
+enum class Client { NotFound, Found, Consistent };
+Run FindClient(Client want) {
+    return [=](const std::string& dir) {
+        cUO uo;
+        uo.Init(cRegistery(dir + "/prefix"));
+        switch (want) {
+            case Client::NotFound:
+                EXPECT_EQ(uo.UO2DPath, "");
+                EXPECT_FALSE(uo.isUO2D);
+                break;
+            case Client::Found:
+                EXPECT_EQ(uo.UO2DPath, dir + "/prefix/drive_c/UO/");
+                EXPECT_TRUE(uo.isUO2D);
+                break;
+            case Client::Consistent:  // whatever was read, the flag tells the truth about it
+                EXPECT_EQ(uo.isUO2D, hostile::Exists(uo.UO2DPath + "client.exe")) << uo.UO2DPath;
+                break;
+        }
+        EXPECT_EQ(uo.UO3DPath, "");
+    };
+}
+
+// The same lookup in a child process, for a file that has been seen to
+// bring the process down: the suite survives and the fault is named. The
+// child answers 0 when all is right, 3 when the client's ExePath was taken
+// from another key, 4 when the key's subkeys hold a name that the file does
+// not have (read from outside the names it has); any other ending (a signal,
+// a sanitizer's exit status) is the child brought down.
+Run FindClientInAChild(const char* fault) {
+    return [=](const std::string& dir) {
+        std::fflush(nullptr);
+        const pid_t pid = ::fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            cUO uo;
+            uo.Init(cRegistery(dir + "/prefix"));
+            if (!uo.UO2DPath.empty() || uo.isUO2D) ::_exit(3);
+            std::vector<std::string> keys;
+            cRegistery(dir + "/prefix").GetKeys("SOFTWARE\\Origin Worlds Online\\Ultima Online\\1.0", keys);
+            // No subkey, or "extra" if the escaped backslash is taken for a separator.
+            ::_exit(keys.empty() || keys == std::vector<std::string>{"extra"} ? 0 : 4);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        const int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        EXPECT_EQ(code, 0) << fault << " (wait status " << status << "; 3: the ExePath of a key below the "
+                           << "client's key was taken for the client's)";
+    };
+}
+
+// ---- what the slots must say ----
+
+Check Has(int id, int32_t block, int32_t size, const ByteArray& bytes = {}) {
+    return [=] {
+        SCOPED_TRACE("FileID " + std::to_string(id) + " block " + std::to_string(block));
+        const PatchBlock& slot = Slot(id, block);
+        EXPECT_EQ(slot.Size, size);
+        if (bytes.empty())
+            EXPECT_EQ(slot.Offset, 0);
+        else
+            EXPECT_EQ(ReadBlockBytes(id, block), bytes);
+    };
+}
+Check Extra(int id, int32_t block, int32_t extra) {
+    return [=] { EXPECT_EQ(Slot(id, block).Extra, extra) << "FileID " << id << " block " << block; };
+}
+Check Lacks(int id, int32_t block) {
+    return [=] { EXPECT_EQ(Slot(id, block).Offset, -1) << "FileID " << id << " block " << block; };
+}
+Check All(std::vector<Check> checks) {
+    return [=] {
+        for (const Check& check : checks) check();
+    };
+}
+
+ByteArray Zeros(size_t n) { return ByteArray(n, 0); }
+ByteArray Then(ByteArray head, size_t zeros) {
+    head.insert(head.end(), zeros, 0);
+    return head;
+}
+
+// ---- the three shapes of an outcome ----
+
+// Ends as designed, with no log line and no message.
+Case Quiet(std::string name, Files inputs, Run run, std::map<int, int32_t> counts = {}, Check check = {}) {
+    return {std::move(name), std::move(inputs), std::move(run), {"", "", 0, std::move(counts), {}}, std::move(check)};
+}
+// Stops with one log line of proc; the counts are not recomputed, so a fresh
+// patch keeps 0 everywhere, whatever was stored before the stop.
+Case Logs(std::string name, Files inputs, Run run, std::string proc, std::string says, Check check = {}) {
+    return {std::move(name), std::move(inputs), std::move(run), {std::move(proc), std::move(says), 0, {}, {}},
+            std::move(check)};
+}
+// Shows the illegal-block message, skips that entry and goes on.
+Case Tells(std::string name, Files inputs, Run run, int messages, std::map<int, int32_t> counts = {},
+           Check check = {}) {
+    return {std::move(name), std::move(inputs), std::move(run), {"", "", messages, std::move(counts), {}},
+            std::move(check)};
+}
+
+// A verdata file with Art block 1 (one byte, 0x61) in front of a second,
+// damaged entry; the data area begins at 4 + 2 * 20.
+ByteArray VerdataWithSecond(int32_t fileId, int32_t block, int32_t position, int32_t size) {
+    return Bytes{}.le(2).verdata(4, 1, 44, 1, 0).verdata(fileId, block, position, size, 0).u8(0x61).b;
+}
+
+// A Wine system.reg around the given lines, and the client's program in the prefix.
+Files Registry(const std::string& body) {
+    const std::string text = "WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n#arch=win32\n\n" + body;
+    return {{"prefix/system.reg", ByteArray(text.begin(), text.end())},
+            {"prefix/drive_c/UO/client.exe", {'M', 'Z'}}};
+}
+const std::string kKey = "[Software\\\\Origin Worlds Online\\\\Ultima Online\\\\1.0] 1710000001\n";
+const std::string kExePath = "\"ExePath\"=\"C:\\\\UO\\\\client.exe\"\n";
+
+std::vector<Case> Corpus() {
+    std::vector<Case> cases;
+    auto add = [&](Case c) { cases.push_back(std::move(c)); };
+    const ByteArray art1{0x41};
+
+    // ---- MUO patch files ----
+    add(Quiet("muo_empty_file", {{"in.muo", {}}}, Muo()));
+    add(Quiet("muo_cut_in_its_magic", {{"in.muo", {'M', 'U', 'O'}}}, Muo()));
+    add(Quiet("muo_name_without_its_0", {{"in.muo", Bytes{}.text("MUOP").le(1).text("MUO").b}}, Muo()));
+    add(Quiet("muo_author_runs_to_the_end",
+              {{"in.muo", Bytes{}.text("MUOP").le(1).str("a").str("b").text("cdefgh").b}}, Muo()));
+    add(Quiet("muo_version_far_out", {{"in.muo", Bytes{}.muoHeader(1, kMaxLong).muo(4, 1, 0, 1, art1).b}}, Muo()));
+    // The count is cut after two bytes: it reads as 1, and the one entry past
+    // the end is the zeroed record, Map block 0, present and empty.
+    add(Quiet("muo_cut_in_its_count", {{"in.muo", Bytes{}.text("MUOP").le(1).str("").str("").str("").u8(1).u8(0).b}},
+              Muo(), {{0, 1}}, Has(0, 0, 0)));
+    add(Quiet("muo_cut_in_an_entry_head",
+              {{"in.muo", Bytes{}.muoHeader(2).muo(4, 7, 0, 1, art1).le(8).le(3).b}}, Muo(), {{4, 1}, {8, 1}},
+              All({Has(4, 7, 1, art1), Has(8, 3, 0)})));
+    add(Logs("muo_cut_in_the_data", {{"in.muo", Bytes{}.muoHeader(1).muo(4, 7, 0, 10, {1, 2, 3, 4}).b}}, Muo(),
+             "mPatch.LoadMUO", "too large", Lacks(4, 7)));
+    add(Quiet("muo_count_near_2g", {{"in.muo", Bytes{}.muoHeader(kMaxLong).muo(4, 7, 0, 1, art1).b}}, Muo(),
+              {{0, 1}, {4, 1}}, All({Has(4, 7, 1, art1), Has(0, 0, 0)})));
+    add(Quiet("muo_negative_count", {{"in.muo", Bytes{}.muoHeader(kMinLong).muo(4, 7, 0, 1, art1).b}}, Muo(), {},
+              Lacks(4, 7)));
+    add(Logs("muo_size_near_2g",
+             {{"in.muo", Bytes{}.muoHeader(2).muo(4, 1, 0, 1, art1).muo(4, 7, 0, kMaxLong, {1, 2, 3}).b}}, Muo(),
+             "mPatch.LoadMUO", "too large", All({Has(4, 1, 1, art1), Lacks(4, 7)})));
+    add(Quiet("muo_size_minus_2g",
+              {{"in.muo", Bytes{}.muoHeader(2).muo(4, 7, 3, kMinLong).muo(4, 8, 0, 1, art1).b}}, Muo(), {{4, 2}},
+              All({Has(4, 7, kMinLong), Extra(4, 7, 3), Has(4, 8, 1, art1)})));
+    add(Logs("muo_fileid_far_out", {{"in.muo", Bytes{}.muoHeader(1).muo(kMaxLong, 1, 0, 0).b}}, Muo(),
+             "mPatch.LoadMUO", "Overflow"));
+    add(Logs("muo_fileid_negative", {{"in.muo", Bytes{}.muoHeader(1).muo(-1, 1, 0, 0).b}}, Muo(), "mPatch.LoadMUO",
+             "Overflow"));
+    // The data of a refused entry is passed over: the next entry reads as usual.
+    add(Tells("muo_block_beyond_art",
+              {{"in.muo", Bytes{}.muoHeader(2).muo(4, 65537, 0, 2, {1, 2}).muo(4, 1, 0, 1, art1).b}}, Muo(), 1,
+              {{4, 1}}, Has(4, 1, 1, art1)));
+    add(Tells("muo_block_near_2g", {{"in.muo", Bytes{}.muoHeader(1).muo(0, kMaxLong, 0, 0).b}}, Muo(), 1));
+    add(Quiet("muo_negative_block_filtered", {{"in.muo", Bytes{}.muoHeader(1).muo(4, -5, 0, 1, art1).b}}, Muo()));
+    add(Logs("muo_negative_block_let_through", {{"in.muo", Bytes{}.muoHeader(1).muo(4, -5, 0, 1, art1).b}},
+             Muo(-10), "mPatch.LoadMUO", "Subscript"));
+    add(Logs("muo_unused_type_block_0", {{"in.muo", Bytes{}.muoHeader(1).muo(1, 0, 0, 1, art1).b}}, Muo(),
+             "mPatch.LoadMUO", "Subscript"));
+    add(Tells("muo_unused_type_block_1", {{"in.muo", Bytes{}.muoHeader(1).muo(1, 1, 0, 1, art1).b}}, Muo(), 1));
+    add(Quiet("muo_reserved_fileid_255", {{"in.muo", Bytes{}.muoHeader(1).muo(255, 0, 0, 1, art1).b}}, Muo()));
+
+    // ---- UOP patch files ----
+    add(Quiet("uop_empty_file", {{"in.uop", {}}}, Uop()));
+    add(Quiet("uop_version_6", {{"in.uop", Bytes{}.uopHeader(6, 1).uop(4, 1, 1, 0, art1).b}}, Uop()));
+    // Cut after the count: the entry past the end reads as the zeroed variables.
+    add(Quiet("uop_cut_after_its_count", {{"in.uop", Bytes{}.text("UOP").u8(5).le(1).b}}, Uop(), {{0, 1}},
+              Has(0, 0, 0)));
+    add(Quiet("uop_cut_in_an_entry_head", {{"in.uop", Bytes{}.uopHeader(4, 1).u8(4).u8(7).u8(0).b}}, Uop(),
+              {{4, 1}}, Has(4, 7, 0)));
+    // Past the end the last entry repeats, its data read as zeros.
+    add(Quiet("uop_count_near_2g", {{"in.uop", Bytes{}.uopHeader(4, kMaxLong).uop(4, 7, 1, 0, art1).b}}, Uop(),
+              {{4, 1}}, Has(4, 7, 1, {0})));
+    add(Logs("uop_size_near_2g", {{"in.uop", Bytes{}.uopHeader(5, 1).uop(4, 7, kMaxLong, 0, {1, 2, 3}).b}}, Uop(),
+             "mPatch.LoadUOP", "too large"));
+    add(Quiet("uop_size_minus_2g", {{"in.uop", Bytes{}.uopHeader(4, 1).uop(4, 7, kMinLong, 9).b}}, Uop(), {{4, 1}},
+              All({Has(4, 7, kMinLong), Extra(4, 7, 9)})));
+    add(Tells("uop_block_beyond_gumps", {{"in.uop", Bytes{}.uopHeader(4, 1).uop(12, 65536, 0, 0).b}}, Uop(), 1));
+    add(Logs("uop_unused_type_200", {{"in.uop", Bytes{}.uopHeader(4, 1).uop(200, 0, 1, 0, art1).b}}, Uop(),
+             "mPatch.LoadUOP", "Subscript"));
+    add(Logs("uop_negative_block_let_through", {{"in.uop", Bytes{}.uopHeader(4, 1).uop(4, -5, 0, 0).b}}, Uop(-10),
+             "mPatch.LoadUOP", "Subscript"));
+
+    // ---- verdata.mul ----
+    add(Quiet("verdata_empty_file", {{"in.mul", {}}}, Verdata()));
+    add(Logs("verdata_cut_in_its_count", {{"in.mul", {1, 0}}}, Verdata(), "mVerdata.LoadVerdata", "can hold"));
+    add(Logs("verdata_cut_in_an_entry", {{"in.mul", Bytes{}.le(1).le(4).le(1).u8(0).u8(0).b}}, Verdata(),
+             "mVerdata.LoadVerdata", "can hold"));
+    add(Logs("verdata_count_near_2g", {{"in.mul", Bytes{}.le(kMaxLong).verdata(4, 1, 0, -1, 0).b}}, Verdata(),
+             "mVerdata.LoadVerdata", "can hold", Lacks(4, 1)));
+    add(Logs("verdata_negative_count", {{"in.mul", Bytes{}.le(-1).verdata(4, 1, 0, -1, 0).b}}, Verdata(),
+             "mVerdata.LoadVerdata", "can hold", Lacks(4, 1)));
+    add(Logs("verdata_position_past_the_end", {{"in.mul", VerdataWithSecond(4, 2, 1000, 4)}}, Verdata(),
+             "mVerdata.LoadVerdata", "outside", All({Has(4, 1, 1, {0x61}), Lacks(4, 2)})));
+    add(Logs("verdata_negative_position", {{"in.mul", VerdataWithSecond(4, 2, -4, 1)}}, Verdata(),
+             "mVerdata.LoadVerdata", "outside", All({Has(4, 1, 1, {0x61}), Lacks(4, 2)})));
+    add(Logs("verdata_position_and_size_pass_2g", {{"in.mul", VerdataWithSecond(4, 2, 0x7FFFFFF0, 0x20)}},
+             Verdata(), "mVerdata.LoadVerdata", "outside", Lacks(4, 2)));
+    add(Logs("verdata_size_near_2g", {{"in.mul", VerdataWithSecond(4, 2, 44, kMaxLong)}}, Verdata(),
+             "mVerdata.LoadVerdata", "outside", Lacks(4, 2)));
+    add(Quiet("verdata_size_minus_2g", {{"in.mul", VerdataWithSecond(4, 2, 0, kMinLong)}}, Verdata(), {{4, 2}},
+              All({Has(4, 1, 1, {0x61}), Has(4, 2, kMinLong)})));
+    // FileID 300 is no client file: it comes out as 255 without data, and
+    // block 5 is beyond that unused row.
+    add(Tells("verdata_fileid_300", {{"in.mul", VerdataWithSecond(300, 5, 44, 1)}}, Verdata(), 1, {{4, 1}}));
+    add(Logs("verdata_fileid_negative", {{"in.mul", VerdataWithSecond(-1, 2, 0, 0)}}, Verdata(),
+             "mVerdata.LoadVerdata", "Overflow"));
+    add(Logs("verdata_fileid_255_block_0", {{"in.mul", VerdataWithSecond(255, 0, 0, -1)}}, Verdata(),
+             "mVerdata.LoadVerdata", "Subscript"));
+    add(Tells("verdata_block_beyond_gumps", {{"in.mul", VerdataWithSecond(12, 65536, 0, -1)}}, Verdata(), 1,
+              {{4, 1}}));
+
+    // ---- MUL and IDX (LoadMUL, LoadTiledata) ----
+    const ByteArray mul10{10, 11, 12, 13, 14, 15, 16, 17, 18, 19};
+    // Records past the end of the IDX file are zeroed: present, empty blocks.
+    add(Quiet("idx_empty", {{"in.mul", mul10}, {"in.idx", {}}}, Mul(4, 0, 9), {{4, 10}},
+              All({Has(4, 0, -1), Has(4, 9, -1), Lacks(4, 10)})));
+    add(Quiet("idx_cut_in_a_record", {{"in.mul", mul10}, {"in.idx", Bytes{}.record(0, 3, 7).le(3).u8(2).u8(0).b}},
+              Mul(4, 0, 2), {{4, 3}},
+              All({Has(4, 0, 3, {10, 11, 12}), Extra(4, 0, 7), Has(4, 1, 2, {13, 14}), Extra(4, 1, 0),
+                   Has(4, 2, -1)})));
+    add(Quiet("idx_size_minus_2_ends_the_import",
+              {{"in.mul", mul10},
+               {"in.idx", Bytes{}.record(0, 1, 0).record(1, 1, 0).record(-1, -2, 0).record(2, 1, 0).b}},
+              Mul(4, 0, 3), {{4, 2}}, All({Has(4, 0, 1, {10}), Has(4, 1, 1, {11}), Lacks(4, 2), Lacks(4, 3)})));
+    add(Quiet("idx_size_minus_1_and_0", {{"in.mul", mul10}, {"in.idx", Bytes{}.record(-1, -1, 5).record(3, 0, 6).b}},
+              Mul(4, 0, 1), {{4, 2}}, All({Has(4, 0, -1), Extra(4, 0, 5), Has(4, 1, -1), Extra(4, 1, 6)})));
+    add(Logs("idx_size_near_2g", {{"in.mul", mul10}, {"in.idx", Bytes{}.record(0, 1, 0).record(0, kMaxLong, 0).b}},
+             Mul(4, 0, 5), "mMuls.LoadMUL", "too large", All({Has(4, 0, 1, {10}), Lacks(4, 1)})));
+    add(Logs("idx_negative_position", {{"in.mul", mul10}, {"in.idx", Bytes{}.record(-100, 4, 0).b}}, Mul(4, 0, 0),
+             "mMuls.LoadMUL", "position", Lacks(4, 0)));
+    add(Quiet("idx_position_past_the_end", {{"in.mul", mul10}, {"in.idx", Bytes{}.record(1000, 4, 0).b}},
+              Mul(4, 0, 0), {{4, 1}}, Has(4, 0, 4, Zeros(4))));
+    add(Quiet("idx_position_and_size_pass_2g", {{"in.mul", mul10}, {"in.idx", Bytes{}.record(kMaxLong - 1, 8, 0).b}},
+              Mul(4, 0, 0), {{4, 1}}, Has(4, 0, 8, Zeros(8))));
+    add(Logs("idx_negative_first_block", {{"in.mul", mul10}, {"in.idx", Bytes{}.record(0, 1, 0).b}}, Mul(4, -1, 3),
+             "mMuls.LoadMUL", "Bad record number", Lacks(4, 0)));
+    // An IDX name that is a pipe, with a writer holding it open so that no
+    // open waits: no index is read, and the import stops with a log line.
+    add(Logs("idx_is_a_pipe", {{"in.mul", mul10}},
+             [](const std::string& dir) {
+                 const std::string idx = dir + "/in.idx";
+                 ASSERT_EQ(::mkfifo(idx.c_str(), 0600), 0);
+                 const int partner = ::open(idx.c_str(), O_RDWR | O_NONBLOCK);
+                 ASSERT_GE(partner, 0);
+                 LoadMUL(dir + "/in.mul", idx, 4, 0, 3);
+                 ::close(partner);
+                 ::unlink(idx.c_str());
+             },
+             "mMuls.LoadMUL", "not open", Lacks(4, 0)));
+    add(Logs("mul_into_an_unused_type", {{"in.mul", mul10}, {"in.idx", {}}}, Mul(1, 0, 10), "mMuls.LoadMUL",
+             "Subscript"));
+    // A Map file shorter than its blocks: zeros where it ended.
+    add(Quiet("map_short_file", {{"in.mul", ByteArray(1000, 0x11)}}, Mul(0, 0, 9), {{0, 10}},
+              All({Has(0, 5, 196, Then(ByteArray(20, 0x11), 176)), Extra(0, 5, -1), Has(0, 9, 196, Zeros(196)),
+                   Lacks(0, 10)})));
+    add(Quiet("hues_short_group", {{"in.mul", ByteArray(100, 0x22)}}, Mul(32, 0, 0), {{32, 1}}, [] {
+            // Hue n's 88 bytes come from 4 + 88n of the 708-byte group, whose
+            // first 100 bytes are 0x22 and the rest zeros.
+            ByteArray want(1220, 0);
+            for (int hue = 0; hue < 8; ++hue)
+                for (int i = 0; i < 88; ++i)
+                    if (4 + 88 * hue + i < 100) want[static_cast<size_t>(4 + 152 * hue + i)] = 0x22;
+            Has(32, 0, 1220, want)();
+        }));
+    add(Quiet("tiledata_short_file", {{"in.mul", ByteArray(100, 0x33)}}, Tiledata(0, 1023), {{30, 1024}},
+              All({Has(30, 0, 836, Then(ByteArray(100, 0x33), 736)), Has(30, 512, 1188, Zeros(1188)),
+                   Has(30, 1023, 1188, Zeros(1188))})));
+    add(Quiet("tiledata_empty_file", {{"in.mul", {}}}, Tiledata(0, 1023), {{30, 1024}}, Has(30, 511, 836, Zeros(836))));
+    add(Logs("tiledata_negative_first_block", {{"in.mul", ByteArray(100, 0x33)}}, Tiledata(-1, 10),
+             "mMuls.LoadTiledata", "Bad record number", Lacks(30, 0)));
+    add(Quiet("tiledata_last_block_near_2g", {{"in.mul", ByteArray(100, 0x33)}}, Tiledata(1000, kMaxLong),
+              {{30, 512}}, All({Lacks(30, 511), Has(30, 512, 1188, Zeros(1188)), Has(30, 1023, 1188, Zeros(1188))})));
+
+    // ---- CompareMUL with one side missing or short ----
+    const ByteArray six{1, 2, 3, 4, 5, 6};
+    const ByteArray threeRecords = Bytes{}.record(0, 2, 0).record(2, 2, 0).record(4, 2, 0).b;
+    add(Quiet("compare_base_missing", {{"new.mul", six}, {"new.idx", threeRecords}}, Compare(4)));
+    add(Quiet("compare_altered_map_short", {{"base.mul", ByteArray(392, 0x11)}, {"new.mul", ByteArray(196, 0x11)}},
+              Compare(0), {{0, 1}}, All({Lacks(0, 0), Has(0, 1, 196, Zeros(196)), Lacks(0, 2)})));
+    add(Quiet("compare_altered_idx_short",
+              {{"base.mul", six}, {"base.idx", threeRecords}, {"new.mul", six}, {"new.idx", Bytes{}.record(0, 2, 0).b}},
+              Compare(4), {{4, 2}}, All({Lacks(4, 0), Has(4, 1, 0), Has(4, 2, 0), Lacks(4, 3)})));
+    // The run-time's binary mode makes a missing file, empty: the altered
+    // side then has no blocks at all.
+    add({"compare_altered_idx_missing",
+         {{"base.mul", six}, {"base.idx", Bytes{}.record(0, 2, 0).b}, {"new.mul", six}},
+         Compare(4),
+         {"", "", 0, {{4, 1}}, {"new.idx"}},
+         Has(4, 0, 0)});
+    add(Logs("compare_altered_size_near_2g",
+             {{"base.mul", six}, {"base.idx", threeRecords}, {"new.mul", six},
+              {"new.idx", Bytes{}.record(0, kMaxLong, 0).b}},
+             Compare(4), "mMuls.CompareMUL", "too large"));
+    add(Quiet("compare_tiledata_altered_empty", {{"base.mul", ByteArray(836, 1)}, {"new.mul", {}}}, Compare(30),
+              {{30, 1}}, Has(30, 0, 836, Zeros(836))));
+
+    // ---- the Wine registry that tells where the client is ----
+    add(Quiet("registry_garbage_lines",
+              Registry("[Software\\\\Origin Worlds Online\\\\Ultima Online\\\\1.0\n" + kExePath +
+                       "]]][[[\n\"\n\"=\n@\n=\"x\"\n\\\\\\\n\"ExePath\"\n\"ExePath\"=\n\"ExePath\"=str(2\n"),
+              FindClient(Client::NotFound)));
+    add(Quiet("registry_key_among_broken_lines",
+              Registry("[Software\\\\Origin Worlds Online\\\\Ultima Online\\\\1.0 1\n"
+                       "\"ExePath\"=\"C:\\\\Wrong\\\\client.exe\"\n" +
+                       kKey + "\"ExePath\"=\"C:\\\\UO\\\\client.exe\n" + "garbage = line\n" +
+                       "\"ExePath\"=hex(2):zz\n" + kExePath + "\"ExePath\"=dword:123456789\n"),
+              FindClient(Client::Found)));
+    add(Quiet("registry_value_never_closed", Registry(kKey + "\"ExePath\"=\"C:\\\\UO\\\\client.exe\n"),
+              FindClient(Client::NotFound)));
+    add(Quiet("registry_hex_value_continued_past_the_end",
+              Registry(kKey + "\"ExePath\"=hex(2):43,00,3a,00,5c,00,55,00,4f,00,5c,00,\\\n  \\\n"),
+              FindClient(Client::Consistent)));
+    add(Quiet("registry_one_long_line", Registry(kKey + "\"ExePath\"=\"" + std::string(1 << 20, 'a')),
+              FindClient(Client::NotFound)));
+    {
+        Files noise = Registry("");
+        ByteArray& bytes = noise[0].second;
+        uint32_t state = 12345;
+        const std::string alphabet = "[]\"\\=@:,x0\n\r\t abcdefhSOFTWARE";
+        for (int i = 0; i < 65536; ++i) {
+            state = state * 1103515245u + 12345u;
+            const uint32_t pick = (state >> 16) % 64;
+            bytes.push_back(pick < alphabet.size() ? static_cast<uint8_t>(alphabet[pick])
+                                                   : static_cast<uint8_t>(state >> 8));
+        }
+        add(Quiet("registry_noise", noise, FindClient(Client::Consistent)));
+    }
+    {
+        Files wide = Registry("");
+        wide[0].second = {0xFF, 0xFE, '[', 0, 'S', 0, '\\', 0, 'x'};  // UTF-16 of an odd length
+        add(Quiet("registry_utf16_odd_length", wide, FindClient(Client::NotFound)));
+    }
+    // A key name may hold a backslash through Wine's escapes (\x005c): it is
+    // one name, not a path below the client's key.
+    add(Quiet("registry_escaped_backslash_in_a_key_name",
+              Registry("[Software\\\\Origin Worlds Online\\\\Ultima Online\\\\1.0\\x005cextra] 1\n" + kExePath),
+              FindClientInAChild("cRegistery.cpp Scan() indexes components[from + view.depth] past its end when a "
+                                 "key name holds an escaped backslash")));
+    return cases;
+}
+
+class HostileFileTest : public test::PatchTest, public ::testing::WithParamInterface<Case> {};
+
+TEST_P(HostileFileTest, EndsAsDesignedAndLeavesItsInputAlone) {
+    const Case& c = GetParam();
+    std::set<std::string> expectedFiles;
+    for (const auto& [name, bytes] : c.inputs) {
+        std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
+        test::WriteFile(Path(name), bytes);
+        expectedFiles.insert(name);
+    }
+    for (const std::string& name : c.want.created) expectedFiles.insert(name);
+
+    const long before = hostile::PeakRssKiB();
+    c.run(dir);
+    const long grown = hostile::PeakRssKiB() - before;
+    EXPECT_LT(grown, 64 * 1024) << "peak memory grew by " << grown << " KiB";
+
+    for (const auto& [name, bytes] : c.inputs) EXPECT_EQ(test::ReadFile(Path(name)), bytes) << name << " changed";
+    std::set<std::string> files = hostile::FilesUnder(dir);
+    files.erase("test.log");
+    files.erase(std::filesystem::path(DataFileName).filename().string());
+    EXPECT_EQ(files, expectedFiles);
+
+    const std::vector<std::string> lines = LogLines();
+    if (c.want.logged.empty()) {
+        EXPECT_EQ(lines, std::vector<std::string>{});
+    } else {
+        ASSERT_EQ(lines.size(), 1u);
+        EXPECT_NE(lines[0].find(" " + c.want.logged + ": "), std::string::npos) << lines[0];
+        EXPECT_NE(lines[0].find(c.want.says), std::string::npos) << lines[0];
+    }
+    EXPECT_EQ(static_cast<int>(messages.size()), c.want.messages);
+    for (const std::string& message : messages)
+        EXPECT_EQ(message.rfind("An block with an illegal sized blocknumber where detected and ignored:\r\n", 0), 0u);
+
+    for (int id = 0; id < kFileIDs; ++id) {
+        const auto want = c.want.counts.find(id);
+        EXPECT_EQ(PatchBlocks[id].Count, want == c.want.counts.end() ? 0 : want->second) << "Count of FileID " << id;
+    }
+    if (c.check) c.check();
+}
+
+INSTANTIATE_TEST_SUITE_P(HostileCorpus, HostileFileTest, ::testing::ValuesIn(Corpus()),
+                         [](const ::testing::TestParamInfo<Case>& param) { return param.param.name; });
+
+}  // namespace
+}  // namespace quillet
