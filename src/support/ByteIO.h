@@ -47,7 +47,10 @@ public:
     int16_t I16() { return LoadI16(Take(2)); }
     uint16_t U16() { return LoadU16(Take(2)); }
     uint8_t U8() { return *Take(1); }
-    void Bytes(uint8_t* out, size_t count) { std::memcpy(out, Take(count), count); }
+    void Bytes(uint8_t* out, size_t count) {
+        const uint8_t* from = Take(count);
+        if (count > 0) std::memcpy(out, from, count);  // an empty target may have no address
+    }
     void Skip(size_t count) { Take(count); }
 
     size_t Position() const { return pos_; }
