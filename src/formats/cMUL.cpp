@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -51,6 +52,7 @@ void cMUL::CloseFiles() {
     idxWindow_.Reset();
     mulWindow_.Reset();
     mulLength_ = 0;
+    idxLength_ = 0;
 }
 
 int32_t cMUL::cOpen(const std::string& IDXFilename, const std::string& MULFilename, int32_t constantIndex,
@@ -78,6 +80,7 @@ int32_t cMUL::cOpen(const std::string& IDXFilename, const std::string& MULFilena
             BlockTotal = nbrOfBlocks;
         }
         mulLength_ = mul_.Size();
+        idxLength_ = idx_.Size();
         return 0;
     } catch (...) {
         CloseFiles();
@@ -109,6 +112,7 @@ cMUL::Record cMUL::GetRecord(int32_t IndexNumber) {
         if (IDXFile == 0) Fail("The IDX file is not open");
         const int32_t at = MulLong(IndexNumber, kRecordSize);
         if (at < 0) Fail("Bad record number: index record " + std::to_string(IndexNumber));
+        if (at >= idxLength_) return record;  // no need to ask the file
         uint8_t raw[kRecordSize];
         idxWindow_.Read(idx_, at, raw, sizeof raw);
         record.Position = LoadI32(raw);
@@ -142,7 +146,10 @@ int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
             Fail("A Size too large to allocate: block " + std::to_string(IndexNumber) + " of " +
                  std::to_string(record.Size) + " bytes in a MUL file of " + std::to_string(mulLength_));
         bytes.resize(static_cast<size_t>(record.Size));
-        mulWindow_.Read(mul_, record.Position, bytes.data(), bytes.size());
+        if (record.Position >= mulLength_)
+            std::fill(bytes.begin(), bytes.end(), uint8_t{0});  // wholly past the end
+        else
+            mulWindow_.Read(mul_, record.Position, bytes.data(), bytes.size());
     }
     return record.Size;
 }
@@ -180,6 +187,7 @@ void cMUL::cSave(int32_t IndexNumber, int32_t Extra, const ByteArray& bytes, boo
             Fail("Unable to write block " + std::to_string(IndexNumber));
     }
     mulLength_ = mul_.Size();
+    idxLength_ = idx_.Size();
 }
 
 }  // namespace quillet

@@ -67,6 +67,7 @@ private:
     ReadWindow idxWindow_{1 << 18};
     ReadWindow mulWindow_{1 << 18};
     int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else
+    int64_t idxLength_ = 0;  // likewise
 };
 
 }  // namespace quillet

@@ -142,10 +142,15 @@ size_t ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, 
     }
     const bool continues = position == next_;
     next_ = end;
-    if (!continues || count >= size_ || position < 0) return file.ReadAt(position, out, count);
+    // A walk that runs on past where the file ended at the last fill reads
+    // only what it asks for: refilling a whole window of zeros per block
+    // would make a short file slower to walk than a whole one.
+    const bool pastEnd = end_ >= 0 && position >= end_;
+    if (!continues || pastEnd || count >= size_ || position < 0) return file.ReadAt(position, out, count);
     buffer_.resize(size_);
     start_ = position;
     filled_ = file.ReadAt(position, buffer_.data(), size_);
+    end_ = filled_ < size_ ? start_ + static_cast<int64_t>(filled_) : -1;
     const size_t got = std::min(count, filled_);
     std::memcpy(out, buffer_.data(), got);
     std::memset(out + got, 0, count - got);  // the file ends inside this read
@@ -155,6 +160,7 @@ size_t ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, 
 void ReadWindow::Reset() {
     filled_ = 0;
     next_ = 0;
+    end_ = -1;
 }
 
 FileWriter::FileWriter(BinaryFile& file, int64_t start, size_t window)

@@ -84,6 +84,7 @@ private:
     int64_t start_ = 0;
     size_t filled_ = 0;  // bytes of buffer_ that came from the file
     int64_t next_ = 0;   // where the last read ended
+    int64_t end_ = -1;   // where the file ended at the last fill; -1 if past the window
 };
 
 // Buffered appending writer starting at a given offset. Any failed write is
