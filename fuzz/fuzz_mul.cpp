@@ -1,0 +1,119 @@
+// LoadMUL and LoadTiledata (and with them cMUL) on any IDX and MUL file,
+// held against a model of the import.
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "FuzzInput.h"
+#include "FuzzSupport.h"
+#include "MulModel.h"
+#include "core/mMuls.h"
+#include "operations/mImport.h"
+
+namespace quillet::fuzz {
+namespace {
+
+// One walked block as the import stores it. False where the store fails.
+bool StoreImported(ExpectedPatch& patch, int FileID, int64_t Block, const MulBlock& block) {
+    if (block.Size <= 0) return patch.Store(FileID, Block, -1, block.Extra, nullptr);
+    if (FileID == 32) {
+        const ByteArray hues = VerdataHues(block.Bytes);
+        return patch.Store(FileID, Block, 1220, block.Extra, hues.data());
+    }
+    return patch.Store(FileID, Block, block.Size, block.Extra, block.Bytes.data());
+}
+
+// Walks First..Last reading index Block - IndexBase. False on a failure.
+bool Walk(const MulModel& mul, ExpectedPatch& patch, int FileID, int64_t First, int64_t Last, int64_t IndexBase) {
+    MulBlock loaded;
+    for (int64_t block = First; block <= Last; ++block) {
+        if (!mul.Load(block - IndexBase, loaded)) return false;
+        if (loaded.Size == -2) return true;  // the walk ends here
+        if (!StoreImported(patch, FileID, block, loaded)) return false;
+    }
+    return true;
+}
+
+void ModelLoadMUL(const MulLoadArgs& args, int FileID, int32_t ToBlock, ExpectedPatch& patch, ExpectedEnd& end) {
+    const FileTypeRec& type = FileTypes[FileID];
+    const MulModel mul(args.Idx, args.Mul, type.ConstantIndex, 0);
+    const int64_t last = std::min<int64_t>(ToBlock, type.NbrOfBlocks);
+    if (!Walk(mul, patch, FileID, args.FromBlock, last, 0)) {
+        end.Failed = true;
+        return;
+    }
+    end.Recounted = true;
+    end.RecountFileID = FileID;
+}
+
+void ModelLoadTiledata(const MulLoadArgs& args, int32_t ToBlock, ExpectedPatch& patch, ExpectedEnd& end) {
+    if (args.FromBlock < kStaticSection.First) {
+        const MulModel land(args.Idx, args.Mul, kLandSection.BlockSize, kLandSection.Start);
+        if (!Walk(land, patch, 30, args.FromBlock, std::min(ToBlock, kLandSection.Last), kLandSection.First)) {
+            end.Failed = true;
+            return;
+        }
+    }
+    if (ToBlock >= kStaticSection.First) {
+        const MulModel statics(args.Idx, args.Mul, kStaticSection.BlockSize, kStaticSection.Start);
+        if (!Walk(statics, patch, 30, kStaticSection.First, std::min(ToBlock, kStaticSection.Last),
+                  kStaticSection.First)) {
+            end.Failed = true;
+            return;
+        }
+    }
+    end.Recounted = true;
+    end.RecountFileID = 30;
+}
+
+}  // namespace
+}  // namespace quillet::fuzz
+
+using namespace quillet;
+using namespace quillet::fuzz;
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    InitPatchEnvironment();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    InputCutter in(data, size);
+    MulLoadArgs args = CutMulLoadArgs(in);
+    const uint8_t fileId = PickType(args.Selector, kMulTypes);
+    // A long walk is cut to kMaxWalk blocks by lowering ToBlock.
+    const int64_t longest = int64_t{args.FromBlock} + kMaxWalk - 1;
+    const auto toBlock = static_cast<int32_t>(
+        std::min<int64_t>({args.ToBlock, longest, std::numeric_limits<int32_t>::max()}));
+    if (!(args.Selector & kAsTheyCome)) {
+        if (fileId == 30) {
+            PadTo(args.Mul, int64_t{kStaticSection.Start} + int64_t{kStaticSection.BlockSize} * 512);
+        } else {
+            const FileTypeRec& type = FileTypes[fileId];
+            const int64_t blocks = std::min<int64_t>(toBlock, type.NbrOfBlocks) + 1;
+            if (type.ConstantIndex > 0)
+                PadTo(args.Mul, blocks * type.ConstantIndex);
+            else
+                PadTo(args.Idx, blocks * 12);
+        }
+    }
+    const std::string idxPath = ScratchPath("input.idx");
+    const std::string mulPath = ScratchPath("input.mul");
+    WriteWholeFile(idxPath, args.Idx);
+    WriteWholeFile(mulPath, args.Mul);
+
+    Observed& seen = BeginIteration();
+    ExpectedPatch expected;
+    ExpectedEnd end;
+    if (fileId == 30) {
+        ModelLoadTiledata(args, toBlock, expected, end);
+        LoadTiledata(mulPath, args.FromBlock, toBlock);
+        CheckPatch(expected, end, seen, "mMuls.LoadTiledata");
+    } else {
+        ModelLoadMUL(args, fileId, toBlock, expected, end);
+        LoadMUL(mulPath, idxPath, fileId, args.FromBlock, toBlock);
+        CheckPatch(expected, end, seen, "mMuls.LoadMUL");
+    }
+    return 0;
+}

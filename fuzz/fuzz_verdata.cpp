@@ -1,0 +1,187 @@
+// LoadVerdata (and with it cVerdata) on any file, held against a model of the
+// format. With the write-back flag the same file then serves as the old
+// verdata.mul of ExportVerdata, and the new file is compared byte for byte
+// with the old entries followed by the loaded patch.
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "FuzzInput.h"
+#include "FuzzSupport.h"
+#include "core/mMuls.h"
+#include "formats/mVerdata.h"
+
+namespace quillet::fuzz {
+namespace {
+
+// An entry as cVerdata.cLoad gives it.
+struct Entry {
+    uint8_t FileID = 0;
+    int32_t Block = 0;
+    int32_t Extra = 0;
+    int32_t Size = 0;  // ByteArraySize: -1 for a FileID of 256 or more
+    ByteArray Data;    // Size bytes when Size is above 0
+};
+
+struct OldFile {
+    bool IndexFits = false;
+    std::vector<Entry> Entries;  // the entries that can be read, from the first on
+    bool AllReadable = false;    // else reading entry Entries.size() fails
+};
+
+OldFile ReadOldFile(const ByteArray& file) {
+    OldFile old;
+    const int64_t fileSize = static_cast<int64_t>(file.size());
+    const int32_t count = LoadI32(BytesAt(file, 0, 4).data());
+    old.IndexFits = count == 0 || (count > 0 && 4 + 20 * int64_t{count} <= fileSize);
+    if (!old.IndexFits) return old;
+    for (int32_t index = 0; index < count; ++index) {
+        const ByteArray raw = BytesAt(file, 4 + 20 * int64_t{index}, 20);
+        const int32_t fileId = LoadI32(raw.data());
+        const int32_t position = LoadI32(raw.data() + 8);
+        const int32_t size = LoadI32(raw.data() + 12);
+        Entry entry;
+        entry.Block = LoadI32(raw.data() + 4);
+        entry.Extra = LoadI32(raw.data() + 16);
+        if (size > 0) {
+            if (position < 0 || int64_t{position} + size > fileSize) return old;  // bytes outside the file
+            entry.Data = BytesAt(file, position, size);
+        }
+        if (fileId >= 256) {
+            entry.FileID = 255;
+            entry.Size = -1;
+        } else if (fileId < 0) {
+            return old;
+        } else {
+            entry.FileID = static_cast<uint8_t>(fileId);
+            entry.Size = size;
+        }
+        old.Entries.push_back(std::move(entry));
+    }
+    old.AllReadable = true;
+    return old;
+}
+
+void ModelLoadVerdata(const OldFile& old, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
+    if (!old.IndexFits) {
+        end.Failed = true;
+        return;
+    }
+    for (const Entry& entry : old.Entries) {
+        bool dropped = false;
+        if (entry.Block > FileTypes[entry.FileID].NbrOfBlocks) {
+            end.Messages.push_back(IllegalBlockText(entry.FileID, entry.Block));
+            dropped = true;
+        }
+        if (entry.FileID < args.FromFileID || entry.FileID > args.ToFileID || entry.Block < args.FromBlock ||
+            entry.Block > args.ToBlock)
+            dropped = true;
+        if (!dropped && !patch.Store(entry.FileID, entry.Block, entry.Size, entry.Extra, entry.Data.data())) {
+            end.Failed = true;
+            return;
+        }
+    }
+    if (!old.AllReadable) {
+        end.Failed = true;
+        return;
+    }
+    end.Recounted = true;
+}
+
+// The new verdata.mul: the old entries, then the patch by FileID and Block,
+// the data behind all entries in the same order.
+ByteArray ExpectedExport(const OldFile& old, const ExpectedPatch& patch) {
+    std::vector<Entry> entries = old.Entries;
+    for (const auto& [key, slot] : patch.Slots) {
+        Entry entry;
+        entry.FileID = static_cast<uint8_t>(key.first);
+        entry.Block = key.second;
+        entry.Extra = slot.Extra;
+        entry.Size = slot.HasData ? slot.Size : -1;
+        entry.Data = slot.Bytes;
+        entries.push_back(std::move(entry));
+    }
+    ByteArray out;
+    LeWriter w(out);
+    w.I32(static_cast<int32_t>(entries.size()));
+    int64_t position = 4 + 20 * static_cast<int64_t>(entries.size());
+    for (const Entry& entry : entries) {
+        w.I32(entry.FileID);
+        w.I32(entry.Block);
+        w.I32(entry.Size > 0 ? static_cast<int32_t>(position) : 0);
+        w.I32(entry.Size);
+        w.I32(entry.Extra);
+        if (entry.Size > 0) position += entry.Size;
+    }
+    for (const Entry& entry : entries)
+        if (entry.Size > 0) w.Bytes(entry.Data.data(), static_cast<size_t>(entry.Size));
+    return out;
+}
+
+bool Exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+// What an export leaves behind from an earlier iteration.
+void RemoveExportFiles() {
+    std::error_code ignored;
+    for (const auto& item : std::filesystem::directory_iterator(ScratchDir(), ignored)) {
+        const std::string name = item.path().filename().string();
+        if (name.rfind("verdata.", 0) == 0 && name != "verdata.mul") std::filesystem::remove(item.path(), ignored);
+    }
+}
+
+void CheckExport(const ByteArray& file, const OldFile& old, const ExpectedPatch& patch, Observed& seen) {
+    const std::string mul = ScratchPath("verdata.mul");
+    const std::string bak = ScratchPath("verdata.bak");
+    seen = {};
+    const bool done = ExportVerdata(ScratchDir());
+    FUZZ_CHECK(!Exists(ScratchPath("verdata.tmp")), "no verdata.tmp after an export");
+    if (patch.Slots.empty()) {
+        FUZZ_CHECK(!done && seen.messages == std::vector<std::string>{"There are no blocks in the patch to save."},
+                   "an empty patch is not exported");
+        FUZZ_CHECK(seen.logged.empty(), "no log line");
+    } else if (!old.IndexFits || !old.AllReadable) {
+        FUZZ_CHECK(!done && seen.messages.empty(), "a broken old file fails the export without a message");
+        FUZZ_CHECK(seen.logged == std::vector<std::string>{"mVerdata.ExportVerdata"}, "one log line");
+    } else {
+        FUZZ_CHECK(done && seen.messages.empty() && seen.logged.empty(), "the export succeeds");
+        FUZZ_CHECK(ReadWholeFile(mul) == ExpectedExport(old, patch), "the new verdata.mul");
+        FUZZ_CHECK(ReadWholeFile(bak) == file, "verdata.bak is the old file");
+        return;
+    }
+    FUZZ_CHECK(ReadWholeFile(mul) == file && !Exists(bak), "a failed export leaves verdata.mul alone");
+}
+
+}  // namespace
+}  // namespace quillet::fuzz
+
+using namespace quillet;
+using namespace quillet::fuzz;
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    InitPatchEnvironment();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    InputCutter in(data, size);
+    const PatchLoadArgs args = CutPatchLoadArgs(in);
+    const ByteArray file = in.Rest();
+    RemoveExportFiles();
+    const std::string path = ScratchPath("verdata.mul");
+    WriteWholeFile(path, file);
+
+    Observed& seen = BeginIteration();
+    const OldFile old = ReadOldFile(file);
+    ExpectedPatch expected;
+    ExpectedEnd end;
+    ModelLoadVerdata(old, args, expected, end);
+    LoadVerdata(path, args.FromFileID, args.ToFileID, args.FromBlock, args.ToBlock);
+    VerifyPatch(expected, end, seen, "mVerdata.LoadVerdata");
+
+    if (args.Flags & kWriteBack) CheckExport(file, old, expected, seen);
+    ResetPatch(&expected);
+    return 0;
+}
