@@ -25,7 +25,7 @@ BlockRow MakeBlockRow(int32_t Block, const PatchBlock& slot) {
     return row;
 }
 
-std::string BlockRowKey(int32_t Block) { return "A" + std::to_string(Block); }
+std::string BlockRowKey(int32_t Block) { return std::string(1, 'A').append(std::to_string(Block)); }
 
 int32_t BlockFromRowKey(const std::string& key) {
     if (key.size() < 2) return -1;

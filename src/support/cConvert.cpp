@@ -89,8 +89,8 @@ bool ScanDecimalParts(const std::string& text, size_t pos, DecimalParts& parts, 
 
 double DecimalValue(const DecimalParts& parts) {
     std::string digits = parts.integer.empty() ? "0" : parts.integer;
-    if (!parts.fraction.empty()) digits += "." + parts.fraction;
-    digits += "e" + std::to_string(parts.exponent);
+    if (!parts.fraction.empty()) digits.append(1, '.').append(parts.fraction);
+    digits.append(1, 'e').append(std::to_string(parts.exponent));
     double value = 0;
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
     if (result.ec == std::errc::result_out_of_range) {
