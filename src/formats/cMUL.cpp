@@ -135,9 +135,8 @@ cMUL::Record cMUL::GetRecord(int32_t IndexNumber) {
 // instead of a read past the end. The memory one block takes is thus never
 // more than the MUL file's length. In constant-size mode the Size is the
 // caller's own ConstantIndex, so a short file gives whole blocks of zeros.
-int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
+cMUL::Record cMUL::BlockRecord(int32_t IndexNumber) {
     const Record record = GetRecord(IndexNumber);
-    Extra = record.Extra;
     if (record.Size > 0) {
         if (record.Position < 0)
             Fail("Bad record number: block " + std::to_string(IndexNumber) + " at position " +
@@ -145,11 +144,34 @@ int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
         if (ConstantIndex < 1 && record.Size > mulLength_)
             Fail("A Size too large to allocate: block " + std::to_string(IndexNumber) + " of " +
                  std::to_string(record.Size) + " bytes in a MUL file of " + std::to_string(mulLength_));
+    }
+    return record;
+}
+
+int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
+    const Record record = BlockRecord(IndexNumber);
+    Extra = record.Extra;
+    if (record.Size > 0) {
         bytes.resize(static_cast<size_t>(record.Size));
         if (record.Position >= mulLength_)
             std::fill(bytes.begin(), bytes.end(), uint8_t{0});  // wholly past the end
         else
             mulWindow_.Read(mul_, record.Position, bytes.data(), bytes.size());
+    }
+    return record.Size;
+}
+
+int32_t cMUL::cLoadView(int32_t IndexNumber, int32_t& Extra, const uint8_t*& data, ByteArray& spare) {
+    const Record record = BlockRecord(IndexNumber);
+    Extra = record.Extra;
+    if (record.Size > 0) {
+        const auto size = static_cast<size_t>(record.Size);
+        if (record.Position >= mulLength_) {
+            spare.assign(size, 0);
+            data = spare.data();
+        } else {
+            data = mulWindow_.View(mul_, record.Position, size, spare);
+        }
     }
     return record.Size;
 }

@@ -40,6 +40,10 @@ public:
     // negative, a block at a negative Position, and a Size that cannot be a
     // block of this MUL file (see the .cpp).
     int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes);
+    // cLoad without a copy, for a walk that only looks at the bytes: for a
+    // Size above 0, data points at them, in the read window or in spare,
+    // until the next call on this object or a change of spare.
+    int32_t cLoadView(int32_t IndexNumber, int32_t& Extra, const uint8_t*& data, ByteArray& spare);
     // Writes block IndexNumber: in place if it fits where it was, else at the
     // end of the MUL file; isEmpty marks the record -1/-1. Throws a Failure
     // for the same bad positions as cLoad and for a failed write.
@@ -60,6 +64,7 @@ private:
         int32_t Extra = 0;
     };
     Record GetRecord(int32_t IndexNumber);
+    Record BlockRecord(int32_t IndexNumber);  // GetRecord, with what cLoad refuses refused
     void CloseFiles();
 
     BinaryFile idx_;

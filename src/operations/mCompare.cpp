@@ -23,13 +23,14 @@ struct CompareBuffers {
 
 // Sizes decide first; bytes only when both sides have the same size above 0.
 // So two empty blocks are equal only with the same size: -1 against 0 differs.
-bool Differs(int32_t Size1, const ByteArray& Bytes1, int32_t Size2, const ByteArray& Bytes2) {
+bool Differs(int32_t Size1, const uint8_t* Bytes1, int32_t Size2, const uint8_t* Bytes2) {
     if (Size1 != Size2) return true;
-    if (Size1 > 0) return !SameBytes(Bytes1, Bytes2);
-    return false;
+    return Size1 > 0 && std::memcmp(Bytes1, Bytes2, static_cast<size_t>(Size1)) != 0;
 }
 
-// Walks First..Last (inclusive) on both open objects, reading index Block - IndexBase.
+// Walks First..Last (inclusive) on both open objects, reading index Block -
+// IndexBase. The bytes are looked at where they lie; only a block that
+// differs is copied, to be stored.
 void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int32_t Last, int32_t IndexBase,
                   CompareBuffers& buffers, CountingPoint& progress) {
     for (int64_t block = First; block <= Last; ++block) {
@@ -37,15 +38,19 @@ void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int3
         const int32_t index = SubLong(number, IndexBase);
         int32_t extra1 = 0;
         int32_t extra2 = 0;
-        const int32_t size1 = base.cLoad(index, extra1, buffers.base);
-        const int32_t size2 = altered.cLoad(index, extra2, buffers.altered);
+        const uint8_t* bytes1 = nullptr;
+        const uint8_t* bytes2 = nullptr;
+        const int32_t size1 = base.cLoadView(index, extra1, bytes1, buffers.base);
+        const int32_t size2 = altered.cLoadView(index, extra2, bytes2, buffers.altered);
         // An equal block leaves its slot alone, whatever the patch holds there;
         // the extra words take no part in the decision.
-        if (Differs(size1, buffers.base, size2, buffers.altered)) {
-            if (size2 < 1)
+        if (Differs(size1, bytes1, size2, bytes2)) {
+            if (size2 < 1) {
                 StoreBlock(FileID, number, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
-            else
+            } else {
+                if (bytes2 != buffers.altered.data()) buffers.altered.assign(bytes2, bytes2 + size2);
                 StoreMULBlock(FileID, number, size2, extra2, buffers.altered, buffers.hues);
+            }
         }
         progress.Tick(number);
     }

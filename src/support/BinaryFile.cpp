@@ -133,28 +133,34 @@ size_t FileReader::Read(uint8_t* out, size_t count) {
 
 void FileReader::Seek(int64_t position) { pos_ = position; }
 
-size_t ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count) {
+bool ReadWindow::Serve(const BinaryFile& file, int64_t position, size_t count) {
     const int64_t end = position + static_cast<int64_t>(count);
-    if (position >= start_ && end <= start_ + static_cast<int64_t>(filled_)) {
-        std::memcpy(out, buffer_.data() + (position - start_), count);
-        next_ = end;
-        return count;
-    }
     const bool continues = position == next_;
     next_ = end;
+    if (position >= start_ && end <= start_ + static_cast<int64_t>(filled_)) return true;
     // A walk that runs on past where the file ended at the last fill reads
     // only what it asks for: refilling a whole window of zeros per block
     // would make a short file slower to walk than a whole one.
     const bool pastEnd = end_ >= 0 && position >= end_;
-    if (!continues || pastEnd || count >= size_ || position < 0) return file.ReadAt(position, out, count);
+    if (!continues || pastEnd || count >= size_ || position < 0) return false;
     buffer_.resize(size_);
     start_ = position;
     filled_ = file.ReadAt(position, buffer_.data(), size_);
     end_ = filled_ < size_ ? start_ + static_cast<int64_t>(filled_) : -1;
-    const size_t got = std::min(count, filled_);
-    std::memcpy(out, buffer_.data(), got);
-    std::memset(out + got, 0, count - got);  // the file ends inside this read
-    return got;
+    return count <= filled_;
+}
+
+size_t ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count) {
+    if (!Serve(file, position, count)) return file.ReadAt(position, out, count);
+    std::memcpy(out, buffer_.data() + (position - start_), count);
+    return count;
+}
+
+const uint8_t* ReadWindow::View(const BinaryFile& file, int64_t position, size_t count, std::vector<uint8_t>& spare) {
+    if (Serve(file, position, count)) return buffer_.data() + (position - start_);
+    spare.resize(count);
+    file.ReadAt(position, spare.data(), count);
+    return spare.data();
 }
 
 void ReadWindow::Reset() {

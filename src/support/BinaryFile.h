@@ -76,9 +76,15 @@ public:
     explicit ReadWindow(size_t size = 1 << 16) : size_(size) {}
     // Answers the number of bytes that came from the file.
     size_t Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
+    // The same bytes without a copy where the window holds them, else read
+    // into spare; valid until the next call or a change of spare.
+    const uint8_t* View(const BinaryFile& file, int64_t position, size_t count, std::vector<uint8_t>& spare);
     void Reset();
 
 private:
+    // Brings the bytes into the window if the walk allows; true if they are in it.
+    bool Serve(const BinaryFile& file, int64_t position, size_t count);
+
     size_t size_;
     std::vector<uint8_t> buffer_;
     int64_t start_ = 0;
