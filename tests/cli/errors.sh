@@ -3,9 +3,7 @@
 set -eu
 . "$(dirname "$0")/helpers.bash"
 setup "$1" "$2"
-patch=$scratch/base.muo
-write_base_patch "$patch"
-cp "$patch" "$scratch/original.muo"
+start_with_base_patch
 
 # Usage errors: exit 2, nothing on stdout, one line and the usage on stderr.
 expect_status 2 "$cli" list --patch "$patch" --type art --bogus
@@ -92,12 +90,6 @@ expect_status 1 "$cli" delete --patch "$patch" --type art --blocks 1 --out "$scr
 TMPDIR=$scratch/no-such-tmp expect_status 1 "$cli" info --patch "$patch"
 case $err in *"error: mDatafile.Datafile_Create: "*) ;; *) fail "scratch file failure: $err" ;; esac
 [ -z "$out" ] || fail "info printed without a scratch file: $out"
-
-# Nothing on stderr when all goes well (no progress bar when stderr is no terminal).
-expect_status 0 "$cli" import --patch "$scratch/fresh.muo" --muo "$patch"
-[ -z "$err" ] || fail "stderr of a quiet import: $err"
-expect_status 0 "$cli" info --patch "$scratch/fresh.muo"
-case $out in *"Art (2)"*"Gumps (1)"*) ;; *) fail "import into a new patch: $out" ;; esac
 
 expect_no_leftovers
 echo "errors: ok"

@@ -4,9 +4,6 @@ set -eu
 . "$(dirname "$0")/helpers.bash"
 setup "$1" "$2"
 
-# ve FILEID BLOCK POSITION SIZE EXTRA: a 20-byte verdata entry.
-ve() { printf "$(le32 "$1")$(le32 "$2")$(le32 "$3")$(le32 "$4")$(le32 "$5")"; }
-
 # Version 4 and version 5 of the same UOP entries give the same patch.
 expect_status 0 "$cli" sample-client --dir "$scratch/client"
 expect_status 0 "$cli" import --patch "$scratch/u4.muo" --uop "$scratch/client/patch4.uop"
@@ -20,9 +17,9 @@ echo "$out" | grep -qv ' (0)$' || fail "the UOP import loaded nothing"
 mkdir -p "$scratch/old"
 {
   printf "$(le32 3)"
-  ve 4 7 64 3 0x11
-  ve 12 9 0 -1 0
-  ve 4 10 67 1 0
+  verdata_entry 4 7 64 3 0x11
+  verdata_entry 12 9 0 -1 0
+  verdata_entry 4 10 67 1 0
   printf 'abcd'
 } >"$scratch/old/verdata.mul"
 expect_status 0 "$cli" import --patch "$scratch/v.muo" --verdata "$scratch/old/verdata.mul" --blocks 0-9

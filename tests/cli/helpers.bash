@@ -6,10 +6,23 @@ fail() {
   exit 1
 }
 
-# le32 N: the four little-endian bytes of a 32-bit number as printf escapes.
+# le32 N, le16 N: the little-endian bytes of a number as printf escapes.
 le32() {
   local v=$1
   printf '\\x%02x\\x%02x\\x%02x\\x%02x' $((v & 255)) $(((v >> 8) & 255)) $(((v >> 16) & 255)) $(((v >> 24) & 255))
+}
+le16() { printf '\\x%02x\\x%02x' $(($1 & 255)) $((($1 >> 8) & 255)); }
+
+# idx_record POSITION SIZE EXTRA; verdata_entry FILEID BLOCK POSITION SIZE EXTRA
+idx_record() { printf "$(le32 "$1")$(le32 "$2")$(le32 "$3")"; }
+verdata_entry() { printf "$(le32 "$1")$(le32 "$2")$(le32 "$3")$(le32 "$4")$(le32 "$5")"; }
+
+# bmp24 WIDTH HEIGHT: the 54-byte header of a 24-bit BMP whose rows (bottom
+# up, BGR, padded to 4 bytes) follow it.
+bmp24() {
+  local size=$(((($1 * 3 + 3) / 4 * 4) * $2))
+  printf "BM$(le32 $((54 + size)))$(le32 0)$(le32 54)$(le32 40)$(le32 "$1")$(le32 "$2")"
+  printf "$(le16 1)$(le16 24)$(le32 0)$(le32 "$size")$(le32 2835)$(le32 2835)$(le32 0)$(le32 0)"
 }
 
 # muo_header COUNT [VERSION]: the header the program writes (45 bytes).
@@ -40,6 +53,14 @@ write_base_patch() {
     muo_entry 4 26 500 18 "$ART26"
     muo_entry 4 1 -1 1 'Z'
   } >"$1"
+}
+
+# $patch: the base patch in the scratch directory, and a copy of it as
+# original.muo to compare with.
+start_with_base_patch() {
+  patch=$scratch/base.muo
+  write_base_patch "$patch"
+  cp "$patch" "$scratch/original.muo"
 }
 
 # expect_status WANT CMD...: runs CMD with stdout and stderr kept in $out and

@@ -7,14 +7,6 @@ set -eu
 . "$(dirname "$0")/helpers.bash"
 setup "$1" "$2"
 
-le16() { printf '\\x%02x\\x%02x' $(($1 & 255)) $((($1 >> 8) & 255)); }
-# bmp24 WIDTH HEIGHT: the 54-byte header of a 24-bit BMP.
-bmp24() {
-  local size=$(((($1 * 3 + 3) / 4 * 4) * $2))
-  printf "BM$(le32 $((54 + size)))$(le32 0)$(le32 54)$(le32 40)$(le32 "$1")$(le32 "$2")"
-  printf "$(le16 1)$(le16 24)$(le32 0)$(le32 "$size")$(le32 2835)$(le32 2835)$(le32 0)$(le32 0)"
-}
-
 # run_measured CMD...: runs CMD with its exit status in $status, its stderr
 # in $err and its peak resident memory in $kib (KiB), when GNU time is there
 # to tell; else $kib is empty.
@@ -30,9 +22,7 @@ run_measured() {
   err=$(cat "$scratch/err")
 }
 
-patch=$scratch/base.muo
-write_base_patch "$patch"
-cp "$patch" "$scratch/original.muo"
+start_with_base_patch
 
 ## gump: files that are no picture of the three kinds
 
@@ -91,27 +81,28 @@ if [ -n "$kib" ] && [ "$kib" -gt 200000 ]; then fail "import of a 2 GB entry too
 cmp -s "$patch" "$scratch/original.muo" || fail "a failed import changed the patch"
 cmp -s "$scratch/huge.uop" "$scratch/huge-copy.uop" || fail "the import changed its source"
 
-## a full disk under save and export (files may not pass 64 KiB; the signal
-## that would end the process is ignored, so the write itself fails)
+## a full disk under save and export
+
+# on_full_disk WHAT PROC CMD...: CMD where files may not pass 64 KiB (the
+# signal that would end the process is ignored, so the write itself fails)
+# must exit 1 with PROC's failure on stderr.
+on_full_disk() {
+  local what=$1 proc=$2 status=0
+  shift 2
+  (trap '' XFSZ; ulimit -f 64; exec "$@") >"$scratch/out" 2>"$scratch/err" || status=$?
+  err=$(cat "$scratch/err")
+  [ "$status" -eq 1 ] || fail "$what on a full disk: exit status $status ($err)"
+  case $err in *"error: $proc: "*) ;; *) fail "$what on a full disk: $err" ;; esac
+}
 
 { muo_header 1; muo_entry 12 1 0 200000; head -c 200000 /dev/zero | tr '\0' 'G'; } >"$scratch/big.muo"
-status=0
-(trap '' XFSZ; ulimit -f 64; exec "$cli" import --patch "$patch" --muo "$scratch/big.muo") \
-  >"$scratch/out" 2>"$scratch/err" || status=$?
-err=$(cat "$scratch/err")
-[ "$status" -eq 1 ] || fail "a save on a full disk: exit status $status ($err)"
-case $err in *"error: mPatch.SaveMUO: "*) ;; *) fail "a save on a full disk: $err" ;; esac
+on_full_disk "a save" mPatch.SaveMUO "$cli" import --patch "$patch" --muo "$scratch/big.muo"
 cmp -s "$patch" "$scratch/original.muo" || fail "a save on a full disk changed the patch"
 
 mkdir "$scratch/game"
-printf "$(le32 1)$(le32 4)$(le32 9)$(le32 24)$(le32 2)$(le32 0)ab" >"$scratch/game/verdata.mul"
+printf "$(le32 1)$(verdata_entry 4 9 24 2 0)ab" >"$scratch/game/verdata.mul"
 cp "$scratch/game/verdata.mul" "$scratch/verdata-copy.mul"
-status=0
-(trap '' XFSZ; ulimit -f 64; exec "$cli" export --patch "$scratch/big.muo" --dir "$scratch/game") \
-  >"$scratch/out" 2>"$scratch/err" || status=$?
-err=$(cat "$scratch/err")
-[ "$status" -eq 1 ] || fail "an export on a full disk: exit status $status ($err)"
-case $err in *"error: mVerdata.ExportVerdata: "*) ;; *) fail "an export on a full disk: $err" ;; esac
+on_full_disk "an export" mVerdata.ExportVerdata "$cli" export --patch "$scratch/big.muo" --dir "$scratch/game"
 cmp -s "$scratch/game/verdata.mul" "$scratch/verdata-copy.mul" || fail "a failed export changed verdata.mul"
 left=$(ls -A "$scratch/game")
 expect_same "verdata.mul" "$left" "files beside verdata.mul after a failed export"

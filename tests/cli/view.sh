@@ -3,9 +3,7 @@
 set -eu
 . "$(dirname "$0")/helpers.bash"
 setup "$1" "$2"
-patch=$scratch/base.muo
-write_base_patch "$patch"
-cp "$patch" "$scratch/original.muo"
+start_with_base_patch
 
 expect_status 0 "$cli" info --patch "$patch"
 expect_same "Map (0)
@@ -47,17 +45,6 @@ expect_same " 0  48 65 6C 6C 6F 0A 00 01 02 03 04 05 06 07 08 09  |Hello........
 10  41 42                                            |AB|" "$out" "hexdump with a hexadecimal block number"
 expect_status 0 "$cli" hexdump --patch "$patch" --type art --block 1
 expect_same "0  5A                                               |Z|" "$out" "hexdump of a 1-byte block"
-
-# 196 bytes: 13 rows, the last with 4 bytes at C0.
-big=$scratch/big.muo
-data=''
-for i in $(seq 0 195); do data="$data$(printf '\\x%02x' $((i % 256)))"; done
-{ muo_header 1; muo_entry 0 5 0 196 "$data"; } >"$big"
-expect_status 0 "$cli" hexdump --patch "$big" --type map --block 5
-[ "$(echo "$out" | wc -l)" -eq 13 ] || fail "196 bytes should give 13 rows"
-expect_same "C0  C0 C1 C2 C3                                      |....|" "$(echo "$out" | tail -1)" "last row of 196 bytes"
-expect_same "70  70 71 72 73 74 75 76 77 78 79 7A 7B 7C 7D 7E 7F  |pqrstuvwxyz{|}~.|" \
-  "$(echo "$out" | sed -n 8p)" "row 70 with printable and non-printable text"
 
 # extract: the raw bytes, exactly.
 printf "$ART26" >"$scratch/expected26.dat"

@@ -1,6 +1,7 @@
 #include "common/TestEnv.h"
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -24,6 +25,18 @@ void RemoveTree(const std::string& path) {
     std::filesystem::permissions(path, std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
                                  ignored);
     std::filesystem::remove_all(path, ignored);
+}
+
+bool Exists(const std::string& path) {
+    struct stat st {};
+    return ::lstat(path.c_str(), &st) == 0;
+}
+
+std::vector<std::string> LinesOf(const std::vector<std::string>& lines, const std::string& proc) {
+    std::vector<std::string> found;
+    for (const std::string& line : lines)
+        if (line.find(" " + proc + ": ") != std::string::npos) found.push_back(line);
+    return found;
 }
 
 ByteArray ReadFile(const std::string& path) {
@@ -65,5 +78,7 @@ std::vector<std::string> PatchTest::LogLines() const {
     while (std::getline(in, line)) lines.push_back(line);
     return lines;
 }
+
+bool PatchTest::Logged(const std::string& proc) const { return !LinesOf(LogLines(), proc).empty(); }
 
 }  // namespace quillet::test

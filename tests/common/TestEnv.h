@@ -18,12 +18,18 @@ protected:
     std::string Path(const std::string& name) const { return dir + "/" + name; }
     // Lines of the log written during the test.
     std::vector<std::string> LogLines() const;
+    // Whether a log line names the procedure.
+    bool Logged(const std::string& proc) const;
 
     std::string dir;
     std::vector<std::string> messages;
     std::vector<std::string> waitTexts;
 };
 
+// Lines that name the procedure ("... Proc: description").
+std::vector<std::string> LinesOf(const std::vector<std::string>& lines, const std::string& proc);
+
+bool Exists(const std::string& path);  // anything, a dangling link too
 ByteArray ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const ByteArray& bytes);
 std::string MakeTempDir();

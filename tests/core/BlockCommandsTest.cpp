@@ -26,12 +26,6 @@ protected:
         RecountBlocks(kArt);
     }
 
-    bool LogMentions(const std::string& proc) const {
-        for (const std::string& line : LogLines())
-            if (line.find(" " + proc + ": ") != std::string::npos) return true;
-        return false;
-    }
-
     std::string datDir;
 };
 
@@ -58,7 +52,7 @@ TEST_F(BlockCommandsTest, DeleteFailureKeepsWhatWasDoneAndLogs) {
     EXPECT_EQ(DeleteBlocks(kArt, {-1, 26}), 1);
     EXPECT_EQ(Slot(kArt, 26).Offset, -1);
     EXPECT_EQ(PatchBlocks[kArt].Count, 3);
-    EXPECT_TRUE(LogMentions("mMenu.ListView_Delete"));
+    EXPECT_TRUE(Logged("mMenu.ListView_Delete"));
 
     // 65537 is beyond Art and comes first: nothing is removed.
     EXPECT_EQ(DeleteBlocks(kArt, {1, 65537}), 0);
@@ -132,13 +126,13 @@ TEST_F(BlockCommandsTest, ImportFailureLeavesTheSlotAndLogs) {
     EXPECT_EQ(Slot(kArt, 1).Size, 3);
     EXPECT_EQ(Slot(kArt, 1).Extra, 7);
     EXPECT_EQ(Slot(kArt, 1).Offset, 1);
-    EXPECT_TRUE(LogMentions("mMenu.ListView_Import"));
+    EXPECT_TRUE(Logged("mMenu.ListView_Import"));
     EXPECT_FALSE(messages.empty());  // the DataFile tells the user once
 }
 
 TEST_F(BlockCommandsTest, ExportFailureLogsUnderTheListCommand) {
     EXPECT_FALSE(ExportBlockToFile(kArt, 70000, Path("x.dat")));
-    EXPECT_TRUE(LogMentions("mMenu.ListView_Export"));
+    EXPECT_TRUE(Logged("mMenu.ListView_Export"));
 }
 
 TEST_F(BlockCommandsTest, VerdataFlag) {

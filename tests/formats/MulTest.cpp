@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
+#include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/Checked.h"
 #include "formats/cMUL.h"
@@ -12,32 +12,15 @@
 namespace quillet {
 namespace {
 
-// Files are built here byte by byte, independent of the code under test.
-struct Bytes {
-    ByteArray b;
-    Bytes& le(int32_t v) {
-        for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(static_cast<uint32_t>(v) >> (8 * i)));
-        return *this;
-    }
-    Bytes& raw(const ByteArray& data) {
-        b.insert(b.end(), data.begin(), data.end());
-        return *this;
-    }
-    Bytes& record(int32_t position, int32_t size, int32_t extra) { return le(position).le(size).le(extra); }
-};
-
-ByteArray Counting(size_t n, int start = 0) {
-    ByteArray out(n);
-    for (size_t i = 0; i < n; ++i) out[i] = static_cast<uint8_t>(start + static_cast<int>(i));
-    return out;
-}
+using test::Bytes;
+using test::Counting;
 
 class MulTest : public ::testing::Test {
 protected:
     void SetUp() override { dir = test::MakeTempDir(); }
     void TearDown() override { test::RemoveTree(dir); }
     std::string Path(const std::string& name) const { return dir + "/" + name; }
-    bool Exists(const std::string& name) const { return ::access(Path(name).c_str(), F_OK) == 0; }
+    bool Exists(const std::string& name) const { return test::Exists(Path(name)); }
 
     std::string dir;
 };
@@ -60,12 +43,12 @@ TEST_F(MulTest, BlockTotalIsIdxLengthOverTwelveRoundedHalfToEven) {
 
 TEST_F(MulTest, PairModeRecordsAndShortFiles) {
     Bytes idx;
-    idx.record(4, 3, 0x11)                // a real block
-        .record(-1, -1, 0x22)             // the empty record
-        .record(1, 0, 0x33)               // Size 0: no block, whatever Position says
-        .record(5, 4, 0x44)               // runs past the end of the MUL file
-        .record(0, -2, 0x55)              // -2 is the caller's business
-        .le(2).raw({2, 0});               // record cut after 6 bytes: Size 2, Extra 0
+    idx.record(4, 3, 0x11)     // a real block
+        .record(-1, -1, 0x22)  // the empty record
+        .record(1, 0, 0x33)    // Size 0: no block, whatever Position says
+        .record(5, 4, 0x44)    // runs past the end of the MUL file
+        .record(0, -2, 0x55)   // -2 is the caller's business
+        .le(2).raw({2, 0});    // record cut after 6 bytes: Size 2, Extra 0
     test::WriteFile(Path("p.idx"), idx.b);
     test::WriteFile(Path("p.mul"), Counting(8, 0xA0));
 
@@ -73,40 +56,25 @@ TEST_F(MulTest, PairModeRecordsAndShortFiles) {
     ASSERT_EQ(mul.cOpen(Path("p.idx"), Path("p.mul"), 0, 0, 0), 0);
     EXPECT_EQ(mul.cCount(), 6);  // 66 bytes: 5.5 records
 
-    int32_t extra = 0;
-    ByteArray bytes{9, 9};
-    EXPECT_EQ(mul.cLoad(0, extra, bytes), 3);
-    EXPECT_EQ(extra, 0x11);
-    EXPECT_EQ(bytes, (ByteArray{0xA4, 0xA5, 0xA6}));
-
-    bytes = {9, 9};
-    EXPECT_EQ(mul.cLoad(1, extra, bytes), -1);
-    EXPECT_EQ(extra, 0x22);
-    EXPECT_EQ(bytes, (ByteArray{9, 9}));  // untouched
-
-    EXPECT_EQ(mul.cLoad(2, extra, bytes), 0);
-    EXPECT_EQ(extra, 0x33);
-    EXPECT_EQ(bytes, (ByteArray{9, 9}));
-
-    EXPECT_EQ(mul.cLoad(3, extra, bytes), 4);
-    EXPECT_EQ(bytes, (ByteArray{0xA5, 0xA6, 0xA7, 0}));  // zero where the file ended
-
-    bytes = {9, 9};
-    EXPECT_EQ(mul.cLoad(4, extra, bytes), -2);
-    EXPECT_EQ(extra, 0x55);
-    EXPECT_EQ(bytes, (ByteArray{9, 9}));
-
-    EXPECT_EQ(mul.cLoad(5, extra, bytes), 2);
-    EXPECT_EQ(extra, 0);
-    EXPECT_EQ(bytes, (ByteArray{0xA2, 0xA3}));
-
-    // Beyond the IDX file: the zeroed record.
-    bytes = {9, 9};
-    extra = 77;
-    EXPECT_EQ(mul.cLoad(6, extra, bytes), 0);
-    EXPECT_EQ(extra, 0);
-    EXPECT_EQ(bytes, (ByteArray{9, 9}));
-    EXPECT_EQ(mul.cLoad(100000, extra, bytes), 0);
+    // Without bytes to read the array is left alone: {9, 9} stays.
+    const struct {
+        int32_t block, size, extra;
+        ByteArray bytes;
+    } reads[] = {{0, 3, 0x11, {0xA4, 0xA5, 0xA6}},
+                 {1, -1, 0x22, {9, 9}},
+                 {2, 0, 0x33, {9, 9}},
+                 {3, 4, 0x44, {0xA5, 0xA6, 0xA7, 0}},  // zero where the file ended
+                 {4, -2, 0x55, {9, 9}},
+                 {5, 2, 0, {0xA2, 0xA3}},
+                 {6, 0, 0, {9, 9}},  // beyond the IDX file: the zeroed record
+                 {100000, 0, 0, {9, 9}}};
+    for (const auto& r : reads) {
+        int32_t extra = 77;
+        ByteArray bytes{9, 9};
+        EXPECT_EQ(mul.cLoad(r.block, extra, bytes), r.size) << r.block;
+        EXPECT_EQ(extra, r.extra) << r.block;
+        EXPECT_EQ(bytes, r.bytes) << r.block;
+    }
     EXPECT_EQ(mul.cClose(), 0);
 }
 

@@ -1,8 +1,7 @@
-#include <unistd.h>
-
 #include <string>
 #include <vector>
 
+#include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/Checked.h"
 #include "core/mMuls.h"
@@ -14,38 +13,11 @@
 namespace quillet {
 namespace {
 
+using test::Bytes;
 using test::PatchTest;
 
-// Files are built here byte by byte, independent of the writer under test.
-struct Bytes {
-    ByteArray b;
-    Bytes& u8(uint8_t v) {
-        b.push_back(v);
-        return *this;
-    }
-    Bytes& le(int32_t v) {
-        for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(static_cast<uint32_t>(v) >> (8 * i)));
-        return *this;
-    }
-    Bytes& raw(const ByteArray& data) {
-        b.insert(b.end(), data.begin(), data.end());
-        return *this;
-    }
-    Bytes& text(const std::string& s) {
-        b.insert(b.end(), s.begin(), s.end());
-        return *this;
-    }
-    // Entry head: FileID, Block, Size, then Extra.
-    Bytes& entry(uint8_t fileId, int32_t block, int32_t size, int32_t extra, const ByteArray& data = {}) {
-        return u8(fileId).le(block).le(size).le(extra).raw(data);
-    }
-};
-
 Bytes Header(int version, int32_t count, const std::string& magic = "UOP", int32_t reserved = 0) {
-    Bytes h;
-    h.text(magic).u8(static_cast<uint8_t>(version)).le(count).le(reserved);
-    if (version == 5) h.text("OtherTool!");
-    return h;
+    return Bytes{}.uopHeader(static_cast<uint8_t>(version), count, magic, reserved);
 }
 
 void LoadAll(const std::string& path) { LoadUOP(path, 0, 255, 0, 400000); }
@@ -64,14 +36,14 @@ SlotView View(int id, int32_t block) {
 
 TEST_F(PatchTest, UopVersions4And5LoadTheSameEntries) {
     Bytes entries;
-    entries.entry(4, 26, 3, 0x1234, {1, 2, 3})
-        .entry(12, 500, 0, 7)                        // empty; the next head follows directly
-        .entry(12, 501, 1, 8, {9})
-        .entry(12, 501, 2, -8, {5, 6})               // the later entry wins
-        .entry(32, 374, -1, 0)                       // empty hue group
-        .entry(129, 65535, 2, 2, {0xAA, 0xBB})
-        .entry(0, 393215, 196, -1, ByteArray(196, 0x5C));
-    Bytes v4 = Header(4, 7, "XYZ", 1234);            // the magic is not looked at
+    entries.uop(4, 26, 3, 0x1234, {1, 2, 3})
+        .uop(12, 500, 0, 7)           // empty; the next head follows directly
+        .uop(12, 501, 1, 8, {9})
+        .uop(12, 501, 2, -8, {5, 6})  // the later entry wins
+        .uop(32, 374, -1, 0)          // empty hue group
+        .uop(129, 65535, 2, 2, {0xAA, 0xBB})
+        .uop(0, 393215, 196, -1, ByteArray(196, 0x5C));
+    Bytes v4 = Header(4, 7, "XYZ", 1234);  // the magic is not looked at
     v4.raw(entries.b);
     Bytes v5 = Header(5, 7, "UOP", -1);
     v5.raw(entries.b);
@@ -118,11 +90,12 @@ TEST_F(PatchTest, UopVersions4And5LoadTheSameEntries) {
     EXPECT_TRUE(LogLines().empty());
 }
 
+// Cut files, counts beyond the entries and impossible entries: the hostile corpus.
 TEST_F(PatchTest, UopOfAnotherVersionOrNoFileLoadsNothingSilently) {
     for (int version : {3, 6, 0, 1}) {
         SCOPED_TRACE(version);
         Bytes file = Header(version, 1);
-        file.entry(4, 1, 1, 0, {1});
+        file.uop(4, 1, 1, 0, {1});
         test::WriteFile(Path("other.uop"), file.b);
         LoadAll(Path("other.uop"));
         cUOP uop;
@@ -155,13 +128,13 @@ TEST_F(PatchTest, UopOfAnotherVersionOrNoFileLoadsNothingSilently) {
 
 TEST_F(PatchTest, UopIllegalBlocksReservedIdsAndRanges) {
     Bytes file = Header(5, 7);
-    file.entry(8, 256, 2, 0, {2, 2})  // above NbrOfBlocks: message, data consumed
-        .entry(8, 255, 1, 3, {1})
-        .entry(252, 0, 1, 0, {1})     // reserved: dropped without a word
-        .entry(255, 0, 0, 0)
-        .entry(253, 1, 0, 0)          // unused row, NbrOfBlocks 0: the message comes first
-        .entry(4, 65536, 1, 0, {4})   // Art's highest block
-        .entry(8, 10, 1, 0, {5});
+    file.uop(8, 256, 2, 0, {2, 2})  // above NbrOfBlocks: message, data consumed
+        .uop(8, 255, 1, 3, {1})
+        .uop(252, 0, 1, 0, {1})     // reserved: dropped without a word
+        .uop(255, 0, 0, 0)
+        .uop(253, 1, 0, 0)         // unused row, NbrOfBlocks 0: the message comes first
+        .uop(4, 65536, 1, 0, {4})  // Art's highest block
+        .uop(8, 10, 1, 0, {5});
     test::WriteFile(Path("p.uop"), file.b);
 
     LoadUOP(Path("p.uop"), 8, 8, 255, 255);
@@ -184,108 +157,6 @@ TEST_F(PatchTest, UopIllegalBlocksReservedIdsAndRanges) {
     EXPECT_TRUE(LogLines().empty());
 }
 
-TEST_F(PatchTest, ShortUopRepeatsItsLastEntryWithZeroData) {
-    {
-        SCOPED_TRACE("count far beyond the entries");
-        Bytes file = Header(4, 2000000000);
-        file.entry(4, 7, 1, 0, {1}).entry(6, 100, 3, 9, {1, 2, 3});
-        test::WriteFile(Path("long.uop"), file.b);
-        LoadAll(Path("long.uop"));
-        EXPECT_EQ(ReadBlockBytes(4, 7), ByteArray{1});
-        // The repetition of the last entry, with zeros as data, is the last word.
-        EXPECT_EQ(View(6, 100), (SlotView{3, 9, true, {0, 0, 0}}));
-        EXPECT_EQ(PatchBlocks[6].Count, 1);
-        EXPECT_TRUE(messages.empty());
-    }
-    {
-        SCOPED_TRACE("file cut inside an entry head");
-        PatchDispose();
-        PatchNew();
-        Bytes file = Header(5, 3);
-        file.entry(6, 0x00010005, 2, 7, {5, 5}).u8(6).raw({0x07, 0x00});
-        test::WriteFile(Path("cut.uop"), file.b);
-        LoadAll(Path("cut.uop"));
-        EXPECT_EQ(View(6, 0x00010005), (SlotView{2, 7, true, {5, 5}}));
-        // The two bytes of Block that are there replace the low half only;
-        // Size and Extra are still those of the entry before.
-        EXPECT_EQ(View(6, 0x00010007), (SlotView{2, 7, true, {0, 0}}));
-        EXPECT_EQ(PatchBlocks[6].Count, 2);
-    }
-    {
-        SCOPED_TRACE("file cut inside the data");
-        Bytes file = Header(4, 1);
-        file.entry(8, 3, 5, 1, {1, 2});
-        test::WriteFile(Path("data1.uop"), file.b);
-        LoadAll(Path("data1.uop"));
-        EXPECT_EQ(View(8, 3), (SlotView{5, 1, true, {1, 2, 0, 0, 0}}));
-        ByteArray twice = file.b;
-        twice[4] = 2;  // BlockCount 2: the cut entry is repeated, all zeros
-        test::WriteFile(Path("data2.uop"), twice);
-        LoadAll(Path("data2.uop"));
-        EXPECT_EQ(View(8, 3), (SlotView{5, 1, true, {0, 0, 0, 0, 0}}));
-    }
-    {
-        SCOPED_TRACE("a repeated illegal block");
-        messages.clear();
-        Bytes file = Header(4, 1000);
-        file.entry(8, 300, 0, 0);
-        test::WriteFile(Path("illegal.uop"), file.b);
-        LoadAll(Path("illegal.uop"));
-        // Once for the entry, once for its repetitions: not a box per missing entry.
-        EXPECT_EQ(messages.size(), 2u);
-    }
-    {
-        SCOPED_TRACE("negative count");
-        Bytes file = Header(4, -1);
-        file.entry(16, 1, 1, 0, {1});
-        test::WriteFile(Path("neg.uop"), file.b);
-        LoadAll(Path("neg.uop"));
-        EXPECT_EQ(PatchBlocks[16].Count, 0);
-    }
-    EXPECT_TRUE(LogLines().empty());
-}
-
-TEST_F(PatchTest, ImpossibleUopEntriesStopTheLoadWithALogLine) {
-    struct Case {
-        const char* name;
-        Bytes entry;
-    };
-    std::vector<Case> cases;
-    cases.push_back({"size beyond the file", Bytes{}.entry(4, 2, 0x7FFFFFF0, 0, {1, 2, 3})});
-    cases.push_back({"size one beyond the file", Bytes{}.entry(4, 2, 12 + 14 + 13 + 1, 0)});
-    cases.push_back({"unused type", Bytes{}.entry(1, 0, 0, 0)});
-    cases.push_back({"unused type 200", Bytes{}.entry(200, 0, 1, 0, {1})});
-    cases.push_back({"negative block", Bytes{}.entry(4, -5, 0, 0)});
-    for (auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        PatchDispose();
-        PatchNew();
-        ::unlink(Path("test.log").c_str());
-        Bytes file = Header(4, 2);
-        file.entry(4, 1, 1, 0, {1}).raw(c.entry.b);
-        test::WriteFile(Path("bad.uop"), file.b);
-        LoadUOP(Path("bad.uop"), 0, 255, -10, 400000);
-        EXPECT_EQ(ReadBlockBytes(4, 1), ByteArray{1});  // what came before stays
-        EXPECT_EQ(PatchBlocks[4].Count, 0);              // not recounted after a stop
-        const auto lines = LogLines();
-        ASSERT_EQ(lines.size(), 1u);
-        EXPECT_NE(lines[0].find("mPatch.LoadUOP: "), std::string::npos);
-    }
-    // The largest Size that the file could hold is read, with zeros for the rest.
-    PatchDispose();
-    PatchNew();
-    ::unlink(Path("test.log").c_str());
-    Bytes file = Header(4, 1);
-    file.entry(4, 2, 12 + 13 + 2, 0, {7, 8});
-    test::WriteFile(Path("whole.uop"), file.b);
-    LoadAll(Path("whole.uop"));
-    ByteArray expected(27, 0);
-    expected[0] = 7;
-    expected[1] = 8;
-    EXPECT_EQ(ReadBlockBytes(4, 2), expected);
-    EXPECT_TRUE(LogLines().empty());
-}
-
 TEST_F(PatchTest, UopCreateWritesTheHeaderAndAppendsEntries) {
     cUOP uop;
     ASSERT_EQ(uop.cCreate(Path("empty.uop")), 0);
@@ -295,7 +166,7 @@ TEST_F(PatchTest, UopCreateWritesTheHeaderAndAppendsEntries) {
     header.text("UOP").u8(5).le(0).le(0).text("Quillet Pa");
     EXPECT_EQ(test::ReadFile(Path("empty.uop")), header.b);
 
-    test::WriteFile(Path("made.uop"), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23});
+    test::WriteFile(Path("made.uop"), test::Counting(23));
     ASSERT_EQ(uop.cCreate(Path("made.uop")), 0);  // an old file is replaced
     EXPECT_EQ(uop.cSave(4, 26, 0x1234, {1, 2, 3, 4}, 3), 3);  // only ByteArraySize bytes
     EXPECT_EQ(uop.cSave(12, 5, -1, {}, 0), 0);
@@ -305,7 +176,7 @@ TEST_F(PatchTest, UopCreateWritesTheHeaderAndAppendsEntries) {
     ASSERT_EQ(uop.cClose(), 0);
     Bytes expected;
     expected.text("UOP").u8(5).le(3).le(0).text("Quillet Pa");
-    expected.entry(4, 26, 3, 0x1234, {1, 2, 3}).entry(12, 5, 0, -1).entry(32, 7, -1, 2);
+    expected.uop(4, 26, 3, 0x1234, {1, 2, 3}).uop(12, 5, 0, -1).uop(32, 7, -1, 2);
     EXPECT_EQ(test::ReadFile(Path("made.uop")), expected.b);
 
     LoadAll(Path("made.uop"));

@@ -244,10 +244,8 @@ private Q_SLOTS:
         QCOMPARE(model->headerData(2, Qt::Horizontal).toString(), QString("00"));
         QCOMPARE(model->headerData(12, Qt::Horizontal).toString(), QString("10"));
         QCOMPARE(model->headerData(18, Qt::Horizontal).toString(), QString("Text"));
+        // The rows themselves: HexRowsTest.
         QCOMPARE(model->index(12, 1).data().toString(), QString("C0"));
-        QCOMPARE(model->index(0, 12).data().toString(), QString("0A"));
-        QCOMPARE(model->index(12, 5).data().toString(), QString("C3"));
-        QCOMPARE(model->index(12, 6).data().toString(), QString(""));
         QCOMPARE(model->index(4, 18).data().toString(), QString("@ABCDEFGHIJKLMNO"));
         QVERIFY(view->lvHex->isColumnHidden(0));
         view->resize(700, 400);

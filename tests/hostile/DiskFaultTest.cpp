@@ -90,16 +90,10 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    // Runs body where disk cannot be written: the tmpfs remounted read-only;
-    // else the folder's write bits taken away, which only binds root when
-    // body runs in a child process that has become the user nobody.
+    // Runs body as a user that file permissions bind: here when this
+    // process is not root, else in a child that has become the user nobody.
     // Answers body's number, -1 if the child failed, -2 if nothing could be done.
-    int WithoutWriteAccess(const std::function<int()>& body) {
-        if (mounted_) {
-            if (::mount("tmpfs", disk.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) != 0) return -2;
-            return body();
-        }
-        ::chmod(disk.c_str(), 0555);
+    int Unprivileged(const std::function<int()>& body) {
         if (::geteuid() != 0) return body();
         ::chmod(dir.c_str(), 0711);
         std::fflush(nullptr);
@@ -113,6 +107,17 @@ protected:
         ::waitpid(pid, &status, 0);
         if (WIFEXITED(status) && WEXITSTATUS(status) == 254) return -2;
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    // Runs body where disk cannot be written: the tmpfs remounted read-only,
+    // else the folder's write bits taken away for an unprivileged body.
+    int WithoutWriteAccess(const std::function<int()>& body) {
+        if (mounted_) {
+            if (::mount("tmpfs", disk.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) != 0) return -2;
+            return body();
+        }
+        ::chmod(disk.c_str(), 0555);
+        return Unprivileged(body);
     }
 
     // Acts once, at the first counting point of the next long operation.
@@ -162,14 +167,13 @@ TEST_F(DiskFaultTest, SaveMUOOnAFullDiskKeepsTheOldFile) {
 }
 
 TEST_F(DiskFaultTest, ExportOnAFullDiskKeepsVerdataAndItsBackups) {
-    if (!MountSmallDisk(128 << 10))
-        GTEST_SKIP() << "no tmpfs can be mounted here; the RLIMIT_FSIZE variant is ExportTest's "
-                        "ExportThatFillsTheDiskLeavesEverythingAsItWas";
+    MountSmallDisk(128 << 10);
     test::WriteFile(disk + "/verdata.mul", OldVerdata());
     test::WriteFile(disk + "/verdata.bak", ByteArray{0xBA});
     StoreBlock(12, 1, 300000, 0, ByteArray(300000, 0x47));
 
-    EXPECT_FALSE(ExportVerdata(disk));
+    ExpectBits(OnFullDisk(128 << 10, [&] { return Bits({!ExportVerdata(disk), messages.empty()}); }),
+               {"ExportVerdata answers false", "the failure is logged, not shown"});
     EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
     EXPECT_EQ(test::ReadFile(disk + "/verdata.bak"), ByteArray{0xBA});
     EXPECT_EQ(hostile::FilesUnder(disk), (std::set<std::string>{"verdata.bak", "verdata.mul"}));
@@ -261,20 +265,33 @@ TEST_F(DiskFaultTest, SaveMUOInAReadOnlyFolderKeepsTheOldFile) {
     if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
 }
 
-TEST_F(DiskFaultTest, ExportInAReadOnlyFolderTellsTheUser) {
-    if (!MountSmallDisk(1 << 20))
-        GTEST_SKIP() << "no tmpfs can be mounted here; the unprivileged-user variant is ExportTest's "
-                        "ExportWithoutWritePermissionTellsTheUserAndChangesNothing";
-    test::WriteFile(disk + "/verdata.mul", OldVerdata());
+TEST_F(DiskFaultTest, ExportWithoutWriteAccessTellsTheUserAndChangesNothing) {
+    MountSmallDisk(1 << 20);
     StoreBlock(4, 2, 1, 0, ByteArray{1});
+    const std::string verdata = disk + "/verdata.mul";
+    auto exportTelling = [&](const char* message) {
+        return [&, message] {
+            const bool exported = ExportVerdata(disk);
+            return Bits({!exported, messages == std::vector<std::string>{message}});
+        };
+    };
+    const std::initializer_list<const char*> bits{"ExportVerdata answers false", "the user is told why"};
 
-    const int got = WithoutWriteAccess([&] {
-        const bool exported = ExportVerdata(disk);
-        return Bits({!exported, messages == std::vector<std::string>{kCannotOpen}});
-    });
-    ASSERT_NE(got, -2) << "the tmpfs could not be made read-only";
-    ExpectBits(got, {"ExportVerdata answers false", "the user is told that verdata.mul cannot be opened"});
-    EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
+    // A read-only verdata.mul in a folder that could be written.
+    test::WriteFile(verdata, OldVerdata());
+    ::chmod(verdata.c_str(), 0444);
+    ::chmod(disk.c_str(), 0777);
+    const int got = Unprivileged(exportTelling(kCannotOpen));
+    if (got == -2) GTEST_SKIP() << "no unprivileged user is available";
+    ExpectBits(got, bits);
+    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
+
+    // A writable verdata.mul in a folder that cannot be written (on a
+    // read-only mount verdata.mul itself cannot be opened for writing).
+    ::chmod(verdata.c_str(), 0666);
+    messages.clear();
+    ExpectBits(WithoutWriteAccess(exportTelling(mounted_ ? kCannotOpen : kCannotCreate)), bits);
+    EXPECT_EQ(test::ReadFile(verdata), OldVerdata());
     EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
 }
 

@@ -10,12 +10,8 @@
 namespace quillet {
 namespace {
 
-using test::Bytes;
-using test::ExpectSlot;
-using test::Text;
+using namespace test;
 using RGB = PixelSource::RGB;
-
-constexpr int kGumps = 12;
 
 // A picture whose pixels come from a function, so that a very wide one
 // costs no memory.
@@ -46,16 +42,24 @@ const RGB kRed{255, 0, 0};
 
 using GumpTest = test::OperationsTest;
 
-TEST_F(GumpTest, TheDesignsTwoPictures) {
+TEST_F(GumpTest, TheDesignsTwoPicturesReplacingTheSlot) {
     // 4 by 2, all black: row starts 2 and 3, then one run (0, 4) per row.
-    Gump_LoadBMP(FakePicture(4, 2, [](int32_t, int32_t) { return kBlack; }), 7);
-    ExpectSlot(kGumps, 7, 16, 262146, true);
-    EXPECT_EQ(ReadBlockBytes(kGumps, 7), Bytes().le(2).le(3).le16(0).le16(4).le16(0).le16(4).b);
+    Gump_LoadBMP(FakePicture(4, 2, [](int32_t, int32_t) { return kBlack; }), 0x10);
+    ExpectSlot(kGumps, 16, 16, 262146, true);
+    EXPECT_EQ(ReadBlockBytes(kGumps, 16), Bytes().le(2).le(3).le16(0).le16(4).le16(0).le16(4).b);
+    const int32_t first = Slot(kGumps, 16).Offset;
 
     // 3 by 1, red, black, black: row start 1, runs (31744, 1) and (0, 2).
-    Gump_LoadBMP(FakePicture({{kRed, kBlack, kBlack}}), 8);
-    ExpectSlot(kGumps, 8, 12, 0x30001, true);
-    EXPECT_EQ(ReadBlockBytes(kGumps, 8), Bytes().le(1).le16(31744).le16(1).le16(0).le16(2).b);
+    Gump_LoadBMP(FakePicture({{kRed, kBlack, kBlack}}), 0x10);
+    ExpectSlot(kGumps, 16, 12, 0x30001, true);
+    EXPECT_EQ(ReadBlockBytes(kGumps, 16), Bytes().le(1).le16(31744).le16(1).le16(0).le16(2).b);
+    EXPECT_GT(Slot(kGumps, 16).Offset, first);
+    EXPECT_EQ(PatchBlocks[kGumps].Count, 1);
+
+    // The largest picture side that Extra holds, at the last block.
+    Gump_LoadBMP(FakePicture(32767, 1, [](int32_t x, int32_t) { return x < 2 ? kRed : kBlack; }), 65535);
+    ExpectSlot(kGumps, 65535, 12, 0x7FFF0001, true);
+    EXPECT_EQ(ReadBlockBytes(kGumps, 65535), Bytes().le(1).le16(31744).le16(2).le16(0).le16(32765).b);
     EXPECT_EQ(PatchBlocks[kGumps].Count, 2);
     EXPECT_TRUE(LogLines().empty());
     // No counting point: the events never run.
@@ -74,29 +78,12 @@ TEST_F(GumpTest, RunsFollowTheConvertedColour) {
     const RGB w{255, 255, 255};
     Gump_LoadBMP(FakePicture({{w, w, w, w}, {w, kRed, kRed, w}, {w, kBlack, kBlack, kBlack}}), 1);
     ExpectSlot(kGumps, 1, 4 * (3 + 6), 0x40003, true);
-    // White: 255 / 8.1 rounds to 31; 255 / 8 is held at the field's 31.
     EXPECT_EQ(ReadBlockBytes(kGumps, 1), Bytes()
                                              .le(3).le(4).le(7)
                                              .le16(32767).le16(4)
                                              .le16(32767).le16(1).le16(31744).le16(2).le16(32767).le16(1)
                                              .le16(32767).le16(1).le16(0).le16(3)
                                              .b);
-}
-
-TEST_F(GumpTest, ReplacesTheSlot) {
-    Gump_LoadBMP(FakePicture(4, 2, [](int32_t, int32_t) { return kBlack; }), 0x10);
-    const int32_t first = Slot(kGumps, 16).Offset;
-    Gump_LoadBMP(FakePicture({{kRed, kBlack, kBlack}}), 0x10);
-    ExpectSlot(kGumps, 16, 12, 0x30001, true);
-    EXPECT_GT(Slot(kGumps, 16).Offset, first);
-    EXPECT_EQ(PatchBlocks[kGumps].Count, 1);
-
-    // The largest picture side that Extra holds.
-    Gump_LoadBMP(FakePicture(32767, 1, [](int32_t x, int32_t) { return x < 2 ? kRed : kBlack; }), 65535);
-    ExpectSlot(kGumps, 65535, 12, 0x7FFF0001, true);
-    EXPECT_EQ(ReadBlockBytes(kGumps, 65535), Bytes().le(1).le16(31744).le16(2).le16(0).le16(32765).b);
-    EXPECT_EQ(PatchBlocks[kGumps].Count, 2);
-    EXPECT_TRUE(LogLines().empty());
 }
 
 TEST_F(GumpTest, RefusalsLeaveSlotAndDataFileAlone) {
@@ -133,7 +120,7 @@ TEST_F(GumpTest, RowStartsBeyondThreeBytesAreRefused) {
     const int64_t dataBefore = DataFileHandle.Size();
     Gump_LoadBMP(FakePicture(32767, 513, [](int32_t x, int32_t) { return x % 2 == 0 ? kRed : kBlack; }), 3);
     EXPECT_TRUE(Logged("mGumps.Gump_LoadBMP"));
-    test::ExpectAbsent(kGumps, 3);
+    ExpectAbsent(kGumps, 3);
     EXPECT_EQ(DataFileHandle.Size(), dataBefore);
 }
 

@@ -3,22 +3,14 @@
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "core/mStart.h"
+#include "formats/mHues.h"
 #include "operations/OperationsTestUtil.h"
 #include "operations/mImport.h"
 
 namespace quillet {
 namespace {
 
-using test::Bytes;
-using test::Counting;
-using test::ExpectAbsent;
-using test::ExpectSlot;
-using test::Text;
-
-constexpr int kMap = 0;
-constexpr int kArt = 4;
-constexpr int kTiledata = 30;
-constexpr int kHues = 32;
+using namespace test;
 
 class ImportTest : public test::OperationsTest {
 protected:
@@ -90,24 +82,6 @@ TEST_F(ImportTest, LimitsAddToThePatchAndRecount) {
     EXPECT_TRUE(LogLines().empty());
 }
 
-TEST_F(ImportTest, SizeMinusTwoEndsTheWalk) {
-    Bytes idx;
-    idx.record(0, 2, 1).record(-1, -1, 2).record(0, -2, 3).record(0, 2, 4);
-    test::WriteFile(Path("art.idx"), idx.b);
-    test::WriteFile(Path("art.mul"), Text("xy"));
-    StoreBlock(kArt, 2, 1, 20, Text("2"));
-    StoreBlock(kArt, 9, 1, 90, Text("9"));
-
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 0, 400000);
-    ExpectSlot(kArt, 0, 2, 1, true);
-    ExpectSlot(kArt, 1, -1, 2, false);
-    ExpectSlot(kArt, 2, 1, 20, true);  // the stop leaves its own slot alone
-    ExpectAbsent(kArt, 3);             // and everything after it
-    ExpectSlot(kArt, 9, 1, 90, true);
-    EXPECT_EQ(PatchBlocks[kArt].Count, 4);
-    EXPECT_TRUE(LogLines().empty());
-}
-
 TEST_F(ImportTest, MissingSourcesAndFailures) {
     WriteSparseArt();
     StoreBlock(kArt, 1, 1, 0, Text("k"));
@@ -128,49 +102,17 @@ TEST_F(ImportTest, MissingSourcesAndFailures) {
     ExpectAbsent(kArt, 0);
     EXPECT_EQ(PatchBlocks[kArt].Count, 42);
 
-    // A record that asks for more than the MUL file holds fails at that
-    // block: what came before stays, Count keeps its old value.
-    Bytes idx;
-    idx.record(0, 2, 5).record(0, 1000000, 6).record(0, 2, 7);
-    test::WriteFile(Path("bad.idx"), idx.b);
-    test::WriteFile(Path("bad.mul"), Text("ok"));
-    LoadMUL(Path("bad.mul"), Path("bad.idx"), kArt, 0, 2);
-    ExpectSlot(kArt, 0, 2, 5, true);
-    ExpectSlot(kArt, 1, 1, 0, true);
-    ExpectAbsent(kArt, 2);
-    EXPECT_EQ(PatchBlocks[kArt].Count, 42);
-
-    LoadTiledata(Path("art.mul"), -5, 3);
-    EXPECT_TRUE(Logged("mMuls.LoadTiledata"));
-    ExpectAbsent(kTiledata, 0);
 }
 
-TEST_F(ImportTest, ConstantSizeTypesMapAndHues) {
-    // Map: 196-byte blocks, Extra -1, a file of 2 blocks read as zeros past its end.
-    test::WriteFile(Path("map.mul"), Counting(2 * 196, 1));
-    LoadMUL(Path("map.mul"), "", kMap, 1, 2);
-    ExpectAbsent(kMap, 0);
-    ExpectSlot(kMap, 1, 196, -1, true);
-    EXPECT_EQ(ReadBlockBytes(kMap, 1), Counting(196, 1 + 196));
-    ExpectSlot(kMap, 2, 196, -1, true);
-    EXPECT_EQ(ReadBlockBytes(kMap, 2), ByteArray(196, 0));
-    EXPECT_EQ(PatchBlocks[kMap].Count, 2);
-
-    // Hues: groups of 708 bytes (a header and 8 hues of 88) become 1220 bytes:
-    // a zero header, and each hue's 88 bytes followed by 64 zeros.
-    Bytes hues;
-    for (int group = 0; group < 4; ++group) {
-        hues.le(0x0BADF00D);  // header, not carried over
-        for (int hue = 0; hue < 8; ++hue) hues.raw(ByteArray(88, static_cast<uint8_t>(16 * group + hue + 1)));
-    }
-    test::WriteFile(Path("hues.mul"), hues.b);
+// Size -2, cut records, short Map files: the hostile corpus.
+TEST_F(ImportTest, HuesGroupsBecomeTheirVerdataForm) {
+    // Groups of 708 bytes become their 1220-byte verdata form.
+    const ByteArray hues = Counting(4 * 708, 9);
+    test::WriteFile(Path("hues.mul"), hues);
     LoadMUL(Path("hues.mul"), "", kHues, 3, 400000);
     ExpectSlot(kHues, 3, 1220, -1, true);
-    ByteArray expected(4, 0);
-    for (int hue = 0; hue < 8; ++hue) {
-        expected.insert(expected.end(), 88, static_cast<uint8_t>(16 * 3 + hue + 1));
-        expected.insert(expected.end(), 64, uint8_t{0});
-    }
+    ByteArray expected;
+    ToVerdataHues(ByteArray(hues.begin() + 3 * 708, hues.end()), expected);
     EXPECT_EQ(ReadBlockBytes(kHues, 3), expected);
     // Past the end of the file: a group of zeros, converted all the same.
     ExpectSlot(kHues, 374, 1220, -1, true);
@@ -220,29 +162,21 @@ protected:
     ByteArray tiledata;
 };
 
-TEST_F(TiledataTest, SecondSectionAlwaysStartsAt512) {
-    LoadTiledata(Path("tiledata.mul"), 600, 700);
-    ExpectStored(512, 700);  // not 600 to 700
-    EXPECT_EQ(ReadBlockBytes(kTiledata, 512)[0], 0x00);
+// The second section always starts at 512: a range inside it takes all of
+// it from 512 on.
+TEST_F(TiledataTest, RangesAndTheSectionBoundary) {
+    const struct {
+        int32_t from, to, firstStored, lastStored;
+    } cases[] = {{600, 700, 512, 700}, {100, 300, 100, 300}, {500, 511, 500, 511}, {510, 512, 510, 512},
+                 {0, 400000, 0, 1023}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.from) + " to " + std::to_string(c.to));
+        PatchDispose();
+        PatchNew();
+        LoadTiledata(Path("tiledata.mul"), c.from, c.to);
+        ExpectStored(c.firstStored, c.lastStored);
+    }
     EXPECT_EQ(ReadBlockBytes(kTiledata, 512)[1], 0x02);  // 512, from file position 428032
-}
-
-TEST_F(TiledataTest, FirstSectionOnly) {
-    LoadTiledata(Path("tiledata.mul"), 100, 300);
-    ExpectStored(100, 300);
-}
-
-TEST_F(TiledataTest, SectionBoundary) {
-    LoadTiledata(Path("tiledata.mul"), 500, 511);
-    ExpectStored(500, 511);
-    PatchDispose();
-    PatchNew();
-    LoadTiledata(Path("tiledata.mul"), 510, 512);
-    ExpectStored(510, 512);
-    PatchDispose();
-    PatchNew();
-    LoadTiledata(Path("tiledata.mul"), 0, 400000);
-    ExpectStored(0, 1023);
     EXPECT_TRUE(LogLines().empty());
 }
 

@@ -7,10 +7,14 @@
 #include <map>
 #include <set>
 
+#include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/Checked.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
+#include "formats/cMUO.h"
+#include "formats/cUOP.h"
+#include "formats/cVerdata.h"
 #include "formats/mPatchMUO.h"
 #include "sample/SampleClient.h"
 
@@ -18,6 +22,7 @@ namespace quillet {
 namespace {
 
 using namespace sample;
+using test::Bytes;
 using test::ReadFile;
 
 const std::vector<std::string> kSetFiles = {"map0.mul",   "map0-changed.mul", "staidx0.mul",  "statics0.mul",
@@ -51,89 +56,36 @@ struct Entry {
 
 Entry FromPatch(const PatchEntry& e) { return {e.FileID, e.Block, e.Extra, e.Size, e.Size > 0 ? e.data : ByteArray{}}; }
 
-std::string CString(LeReader& r) {
-    std::string s;
-    for (uint8_t c = r.U8(); c != 0; c = r.U8()) s.push_back(static_cast<char>(c));
-    return s;
-}
-
-ByteArray Take(LeReader& r, int32_t size) {
-    ByteArray data(size > 0 ? static_cast<size_t>(size) : 0);
-    r.Bytes(data.data(), data.size());
-    return data;
-}
-
-std::vector<Entry> ReadMUO(const ByteArray& bytes, std::vector<std::string>* strings = nullptr) {
-    LeReader r(bytes);
-    EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "MUOP");
-    r.Skip(4);
-    EXPECT_EQ(r.I32(), 1);
-    for (int n = 0; n < 3; ++n) {
-        const std::string s = CString(r);
-        if (strings) strings->push_back(s);
-    }
-    const int32_t count = r.I32();
+// The entries of a file as the library's reader of its format gives them
+// (the format tests check those readers byte by byte); load(n, FileID,
+// Block, Extra, bytes, Size) reads entry n.
+template <typename Load>
+std::vector<Entry> Entries(int32_t count, Load load) {
     std::vector<Entry> out;
     for (int32_t n = 0; n < count; ++n) {
+        uint8_t id = 0;
         Entry e{};
-        e.FileID = r.I32();
-        e.Block = r.I32();
-        e.Extra = r.I32();
-        e.Size = r.I32();
-        e.data = Take(r, e.Size);
-        out.push_back(std::move(e));
-    }
-    EXPECT_EQ(r.Remaining(), 0u);
-    return out;
-}
-
-std::vector<Entry> ReadUOP(const ByteArray& bytes, int version) {
-    LeReader r(bytes);
-    EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 3), "UOP");
-    r.Skip(3);
-    EXPECT_EQ(r.U8(), version);
-    const int32_t count = r.I32();
-    EXPECT_EQ(r.I32(), 0);
-    if (version == 5) {
-        ByteArray tool(10);
-        r.Bytes(tool.data(), 10);
-        EXPECT_EQ(std::string(tool.begin(), tool.end()), "Quillet Pa");
-    }
-    std::vector<Entry> out;
-    for (int32_t n = 0; n < count; ++n) {
-        Entry e{};
-        e.FileID = r.U8();
-        e.Block = r.I32();
-        e.Size = r.I32();  // Size stands before Extra here
-        e.Extra = r.I32();
-        e.data = Take(r, e.Size);
-        out.push_back(std::move(e));
-    }
-    EXPECT_EQ(r.Remaining(), 0u);
-    return out;
-}
-
-// Entries of a verdata.mul with their data looked up by Position.
-std::vector<Entry> ReadVerdata(const ByteArray& bytes, std::vector<int32_t>* positions = nullptr) {
-    LeReader r(bytes);
-    const int32_t count = r.I32();
-    std::vector<Entry> out;
-    for (int32_t n = 0; n < count; ++n) {
-        Entry e{};
-        e.FileID = r.I32();
-        e.Block = r.I32();
-        const int32_t position = r.I32();
-        e.Size = r.I32();
-        e.Extra = r.I32();
-        if (positions) positions->push_back(position);
-        if (e.Size > 0) {
-            LeReader at(bytes);
-            at.Seek(static_cast<size_t>(position));
-            e.data = Take(at, e.Size);
-        }
+        ByteArray bytes;
+        load(n, id, e.Block, e.Extra, bytes, e.Size);
+        e.FileID = id;
+        if (e.Size > 0) e.data = bytes;
         out.push_back(std::move(e));
     }
     return out;
+}
+
+template <typename Reader>  // cMUO, cUOP
+std::vector<Entry> ReadEntries(Reader& reader, const std::string& path) {
+    EXPECT_EQ(reader.cOpen(path), 0) << path;
+    auto out = Entries(reader.cCount(), [&](int32_t, auto&... fields) { reader.cLoad(fields...); });
+    EXPECT_TRUE(reader.cAtEnd()) << path << ": more bytes than its entries";
+    return out;
+}
+
+std::vector<Entry> ReadVerdata(const std::string& path) {
+    cVerdata verdata;
+    EXPECT_EQ(verdata.cOpen(path), 0) << path;
+    return Entries(verdata.cCount(), [&](int32_t n, auto&... fields) { verdata.cLoad(n, fields...); });
 }
 
 int64_t SizeOf(const std::string& path) { return static_cast<int64_t>(std::filesystem::file_size(path)); }
@@ -396,36 +348,24 @@ TEST_F(SampleClientTest, HuesTiledataAndRadarColoursHaveTheirRecordLayouts) {
 }
 
 TEST_F(SampleClientTest, VerdataCountMatchesItsEntriesAndTheirData) {
-    const ByteArray bytes = ReadFile(Set("verdata.mul"));
-    std::vector<int32_t> positions;
-    const std::vector<Entry> entries = ReadVerdata(bytes, &positions);
+    const std::vector<Entry> entries = ReadVerdata(Set("verdata.mul"));
     ASSERT_EQ(entries.size(), 200u);
-    int64_t next = 4 + 20 * 200;  // data in entry order behind the index
+    int64_t data = 0;
     for (size_t n = 0; n < entries.size(); ++n) {
         const Entry& e = entries[n];
         SCOPED_TRACE("entry " + std::to_string(n));
         ASSERT_FALSE(FileTypes[e.FileID].Name.empty());
         ASSERT_LE(e.Block, FileTypes[e.FileID].NbrOfBlocks);
-        if (e.Size > 0) {
-            ASSERT_EQ(positions[n], next);
-            next += e.Size;
-        } else {
-            EXPECT_EQ(positions[n], 0);
-        }
-        if (e.FileID == 0 && n != 1 && n != 2) {
-            EXPECT_EQ(e.Size, 196);
-        }
-        if (e.FileID == 32 && n != 1 && n != 2) {
-            EXPECT_EQ(e.Size, kHueVerdataSize);
-        }
-        if (e.FileID == 30 && n != 1 && n != 2) {
-            EXPECT_EQ(e.Size, e.Block < 512 ? 836 : 1188);
+        data += std::max(e.Size, 0);
+        if (n != 1 && n != 2 && (e.FileID == 0 || e.FileID == 30 || e.FileID == 32)) {  // the fixed sizes
+            EXPECT_EQ(e.Size, e.FileID == 0 ? 196 : e.FileID == 32 ? kHueVerdataSize : e.Block < 512 ? 836 : 1188);
         }
         PatchEntry expected;
         SampleVerdataEntry(1, 200, static_cast<int32_t>(n), expected);
         EXPECT_EQ(e, FromPatch(expected));
     }
-    EXPECT_EQ(next, static_cast<int64_t>(bytes.size()));
+    // The data lies behind the index without a gap (where: WritersPutEveryFieldWhereTheFormatSays).
+    EXPECT_EQ(SizeOf(Set("verdata.mul")), 4 + 20 * 200 + data);
     EXPECT_EQ(entries[1].Size, -1);
     EXPECT_EQ(entries[2].Size, 0);
     EXPECT_EQ(entries[199].FileID, entries[0].FileID);
@@ -434,13 +374,16 @@ TEST_F(SampleClientTest, VerdataCountMatchesItsEntriesAndTheirData) {
 }
 
 TEST_F(SampleClientTest, PatchFilesHoldTheSameEntriesInTheirOwnLayouts) {
-    std::vector<std::string> strings;
-    const ByteArray muoBytes = ReadFile(Set("patch.muo"));
-    const std::vector<Entry> muo = ReadMUO(muoBytes, &strings);
-    EXPECT_EQ(strings, (std::vector<std::string>{"MUO", "Created by Quillet", "Sir Patch"}));
-    EXPECT_EQ(LoadI32(muoBytes.data() + 41), static_cast<int32_t>(muo.size()));  // 45-byte header
-    const std::vector<Entry> uop4 = ReadUOP(ReadFile(Set("patch4.uop")), 4);
-    const std::vector<Entry> uop5 = ReadUOP(ReadFile(Set("patch5.uop")), 5);
+    cMUO muoFile;
+    cUOP uop4File, uop5File;
+    const std::vector<Entry> muo = ReadEntries(muoFile, Set("patch.muo"));
+    EXPECT_EQ((std::vector<std::string>{muoFile.PatchName, muoFile.PatchDescription, muoFile.PatchAuthor}),
+              (std::vector<std::string>{"MUO", "Created by Quillet", "Sir Patch"}));
+    const std::vector<Entry> uop4 = ReadEntries(uop4File, Set("patch4.uop"));
+    const std::vector<Entry> uop5 = ReadEntries(uop5File, Set("patch5.uop"));
+    EXPECT_EQ(uop4File.FileVersion, 4);
+    EXPECT_EQ(uop5File.FileVersion, 5);
+    EXPECT_EQ(std::string(uop5File.ToolName.begin(), uop5File.ToolName.end()), "Quillet Pa");
     EXPECT_EQ(uop4, uop5);
     EXPECT_EQ(SizeOf(Set("patch5.uop")), SizeOf(Set("patch4.uop")) + 10);
 
@@ -497,10 +440,7 @@ TEST_F(SampleClientTest, WritersPutEveryFieldWhereTheFormatSays) {
     };
     IdxMulSummary sum;
     ASSERT_TRUE(WriteIdxMulPair(Path("a.idx"), Path("a.mul"), 4, source, &sum, &error)) << error;
-    ByteArray idx;
-    LeWriter w(idx);
-    for (int32_t v : {0, 3, 7, -1, -1, 0, 3, 0, -1, 3, 0, 0}) w.I32(v);
-    EXPECT_EQ(ReadFile(Path("a.idx")), idx);
+    EXPECT_EQ(ReadFile(Path("a.idx")), Bytes{}.record(0, 3, 7).record(-1, -1, 0).record(3, 0, -1).record(3, 0, 0).b);
     EXPECT_EQ(ReadFile(Path("a.mul")), (ByteArray{1, 2, 3}));
     EXPECT_EQ(sum.withData, 1);
     EXPECT_EQ(sum.emptyRecords, 1);
@@ -508,24 +448,10 @@ TEST_F(SampleClientTest, WritersPutEveryFieldWhereTheFormatSays) {
 
     const std::vector<PatchEntry> two = {{4, 9, 5, 2, {0xAB, 0xCD}}, {0, 1, -1, -1, {}}};
     ASSERT_TRUE(WriteVerdataFile(Path("verdata.mul"), two, &error)) << error;
-    ByteArray verdata;
-    LeWriter v(verdata);
-    for (int32_t x : {2, 4, 9, 44, 2, 5, 0, 1, 0, -1, -1}) v.I32(x);
-    v.U8(0xAB);
-    v.U8(0xCD);
-    EXPECT_EQ(ReadFile(Path("verdata.mul")), verdata);
-
+    EXPECT_EQ(ReadFile(Path("verdata.mul")),
+              Bytes{}.le(2).verdata(4, 9, 44, 2, 5).verdata(0, 1, 0, -1, -1).u8(0xAB).u8(0xCD).b);
     ASSERT_TRUE(WriteUOPFile(Path("p.uop"), 4, two, &error)) << error;
-    ByteArray uop;
-    LeWriter u(uop);
-    u.Bytes("UOP");
-    u.U8(4);
-    u.I32(2);
-    u.I32(0);
-    u.U8(4), u.I32(9), u.I32(2), u.I32(5), u.U8(0xAB), u.U8(0xCD);
-    u.U8(0), u.I32(1), u.I32(-1), u.I32(-1);
-    EXPECT_EQ(ReadFile(Path("p.uop")), uop);
-
+    EXPECT_EQ(ReadFile(Path("p.uop")), Bytes{}.uopHeader(4, 2).uop(4, 9, 2, 5, {0xAB, 0xCD}).uop(0, 1, -1, -1).b);
     ASSERT_TRUE(WriteMUOFile(Path("empty.muo"), {}, &error)) << error;
     EXPECT_EQ(SizeOf(Path("empty.muo")), 45);
 }

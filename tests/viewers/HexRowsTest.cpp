@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "common/Bytes.h"
+
 namespace quillet {
 namespace {
 
-ByteArray Counting(size_t size) {
-    ByteArray bytes(size);
-    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i);
-    return bytes;
-}
+using test::Counting;
 
 size_t FilledColumns(const HexRow& row) {
     size_t filled = 0;

@@ -266,10 +266,17 @@ protected:
     std::vector<int32_t> all_;
 };
 
+using ClearFn = void (*)(int32_t&, int32_t&, int32_t&, int32_t&);
+
+// Clears the rectangle; answers the four arguments as the call left them.
+std::vector<int32_t> Clear(ClearFn clear, int32_t x1, int32_t y1, int32_t x2, int32_t y2) {
+    clear(x1, y1, x2, y2);
+    return {x1, y1, x2, y2};
+}
+
 TEST_F(ClearBlocksTest, OnePixelRemovesOneBlockAndKeepsItsSizeAndExtra) {
-    int32_t x1 = 1, y1 = 2, x2 = 1, y2 = 2;
     Slot(0, BlockAt(1, 2)).Extra = 1234;
-    Map_ClearBlocks(x1, y1, x2, y2);
+    Clear(Map_ClearBlocks, 1, 2, 1, 2);
     EXPECT_EQ(Present(0), AllBut({BlockAt(1, 2)}));
     EXPECT_EQ(PatchBlocks[0].Count, 36);
     EXPECT_EQ(Slot(0, BlockAt(1, 2)).Size, 196);
@@ -280,83 +287,53 @@ TEST_F(ClearBlocksTest, OnePixelRemovesOneBlockAndKeepsItsSizeAndExtra) {
 
 TEST_F(ClearBlocksTest, DraggedEitherWayTheSameBlocksGo) {
     const std::vector<int32_t> gone{BlockAt(1, 1), BlockAt(1, 2), BlockAt(2, 1), BlockAt(2, 2)};
-    int32_t x1 = 2, y1 = 2, x2 = 1, y2 = 1;  // lower right to upper left
-    Map_ClearBlocks(x1, y1, x2, y2);
+    // Lower right to upper left: put in order in place.
+    EXPECT_EQ(Clear(Map_ClearBlocks, 2, 2, 1, 1), (std::vector<int32_t>{1, 1, 2, 2}));
     EXPECT_EQ(Present(0), AllBut(gone));
-    EXPECT_EQ((std::vector<int32_t>{x1, y1, x2, y2}), (std::vector<int32_t>{1, 1, 2, 2}));  // put in order in place
-
-    int32_t a = 1, b = 2, c = 2, d = 1;  // lower left to upper right
-    Statics_ClearBlocks(a, b, c, d);
+    Clear(Statics_ClearBlocks, 1, 2, 2, 1);  // lower left to upper right
     EXPECT_EQ(Present(2), AllBut(gone));
     EXPECT_EQ(PatchBlocks[2].Count, 33);
 }
 
 TEST_F(ClearBlocksTest, RectanglesPastTheEdgesAreCut) {
     // Past the top left corner.
-    int32_t x1 = -5, y1 = -7, x2 = 0, y2 = 1;
-    Map_ClearBlocks(x1, y1, x2, y2);
+    EXPECT_EQ(Clear(Map_ClearBlocks, -5, -7, 0, 1), (std::vector<int32_t>{0, 0, 0, 1}));
     EXPECT_EQ(Present(0), AllBut({BlockAt(0, 0), BlockAt(0, 1)}));
-    EXPECT_EQ((std::vector<int32_t>{x1, y1, x2, y2}), (std::vector<int32_t>{0, 0, 0, 1}));
 
     // Below the bottom row: Y is cut at 511, so the next column's top is kept.
-    x1 = 2;
-    y1 = 510;
-    x2 = 2;
-    y2 = 900;
-    Map_ClearBlocks(x1, y1, x2, y2);
-    EXPECT_EQ(y2, 511);
+    EXPECT_EQ(Clear(Map_ClearBlocks, 2, 510, 2, 900)[3], 511);
     EXPECT_EQ(Present(0), AllBut({BlockAt(0, 0), BlockAt(0, 1), BlockAt(2, 510), BlockAt(2, 511)}));
     EXPECT_EQ(Slot(0, BlockAt(3, 0)).Offset, -1);  // was never there; nothing beyond 511 wrapped
 
     // Right of the last column: X is cut at 767.
-    x1 = 800;
-    y1 = 2;
-    x2 = 767;
-    y2 = 0;
-    Statics_ClearBlocks(x1, y1, x2, y2);
+    Clear(Statics_ClearBlocks, 800, 2, 767, 0);
     EXPECT_EQ(Present(2), AllBut({BlockAt(767, 0), BlockAt(767, 1), BlockAt(767, 2)}));
     EXPECT_EQ(PatchBlocks[2].Count, 34);
 }
 
 TEST_F(ClearBlocksTest, NothingSelectedOrNothingOnTheGrid) {
     PatchBlocks[0].Count = 999;  // a wrong count shows whether a recount came
-    int32_t x1 = -1, y1 = -1, x2 = -1, y2 = -1;
-    Map_ClearBlocks(x1, y1, x2, y2);
+    Clear(Map_ClearBlocks, -1, -1, -1, -1);
     EXPECT_EQ(Present(0), all_);
     EXPECT_EQ(PatchBlocks[0].Count, 999);
-
     // Wholly left of the picture: stops before the recount too.
-    x1 = -9;
-    y1 = 0;
-    x2 = -3;
-    y2 = 5;
-    Map_ClearBlocks(x1, y1, x2, y2);
+    Clear(Map_ClearBlocks, -9, 0, -3, 5);
     EXPECT_EQ(PatchBlocks[0].Count, 999);
-
     // Wholly beyond X 767: removes nothing, but the count is made again.
-    x1 = 768;
-    y1 = 0;
-    x2 = 900;
-    y2 = 511;
-    Map_ClearBlocks(x1, y1, x2, y2);
+    Clear(Map_ClearBlocks, 768, 0, 900, 511);
     EXPECT_EQ(Present(0), all_);
     EXPECT_EQ(PatchBlocks[0].Count, 37);
     EXPECT_TRUE(LogLines().empty());
 }
 
 TEST_F(ClearBlocksTest, EmptyBlocksGoAndAFailureIsLoggedWithTheArgumentsAsTheyAre) {
-    int32_t x1 = 10, y1 = 10, x2 = 10, y2 = 10;
-    Statics_ClearBlocks(x1, y1, x2, y2);
+    Clear(Statics_ClearBlocks, 10, 10, 10, 10);
     EXPECT_EQ(Present(2), AllBut({BlockAt(10, 10)}));
 
     // A store with fewer slots than the grid: the slot beyond them fails.
     PatchBlocks[0].Blocks.resize(515);
     PatchBlocks[0].Count = 999;
-    x1 = 1;
-    y1 = 3;
-    x2 = 0;
-    y2 = 0;
-    Map_ClearBlocks(x1, y1, x2, y2);
+    Clear(Map_ClearBlocks, 1, 3, 0, 0);
     // Slots changed before the failure stay changed: all of column 0 and
     // column 1 up to the last slot there is.
     EXPECT_EQ(Slot(0, BlockAt(0, 2)).Offset, -1);
