@@ -130,7 +130,7 @@ void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArr
         const int64_t fromDisk = std::min(end, handle.flushed) - begin;
         const auto wanted = static_cast<size_t>(fromDisk);
         if (handle.window.Read(handle.file, begin, bytes.data(), wanted) != wanted)
-            Fail("The patch's scratch file is shorter than its blocks: were it cut or deleted?");
+            Fail("The patch's scratch file is shorter than its blocks: was it cut or deleted?");
     }
     if (end > handle.flushed) {
         const int64_t from = std::max(begin, handle.flushed);
