@@ -3,11 +3,40 @@
 // load (without resizing) and saved at unload, whichever way the dialog ends
 // (its buttons, Escape, the close box).
 #include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 
 #include "cWindow.h"
 
 namespace quillet {
+
+// Heights the design leaves to the controls' kind, in twips.
+inline constexpr int kBoxHeight = 315;     // text box, drop-down list, "..." button
+inline constexpr int kButtonHeight = 375;  // the dialog's commands
+
+// A label stands beside the boxes of its row, centred on them.
+inline QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top,
+                         bool bold = false) {
+    auto* label = new QLabel(caption, form);
+    label->setObjectName(name);
+    if (bold) {
+        QFont font = label->font();
+        font.setBold(true);
+        label->setFont(font);
+    }
+    label->adjustSize();
+    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
+    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    return label;
+}
+
+inline QLineEdit* MakeText(QWidget* form, const char* name, const char* text, int left, int top, int width) {
+    auto* edit = new QLineEdit(text, form);
+    edit->setObjectName(name);
+    edit->setGeometry(Px(left), Px(top), Px(width), Px(kBoxHeight));
+    return edit;
+}
 
 // A command button at its design place, in twips; Return does not press it
 // unless it is the dialog's default.

@@ -18,29 +18,6 @@ namespace quillet {
 
 namespace {
 
-constexpr int kBoxHeight = 315;     // twips: text box, drop-down list, "..." button
-constexpr int kButtonHeight = 375;  // twips: the dialog's commands
-
-QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top, bool bold = false) {
-    auto* label = new QLabel(caption, form);
-    label->setObjectName(name);
-    if (bold) {
-        QFont font = label->font();
-        font.setBold(true);
-        label->setFont(font);
-    }
-    label->adjustSize();
-    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
-    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    return label;
-}
-
-QLineEdit* MakeText(QWidget* form, const char* name, int left, int top, int width) {
-    auto* edit = new QLineEdit(form);
-    edit->setObjectName(name);
-    edit->setGeometry(Px(left), Px(top), Px(width), Px(kBoxHeight));
-    return edit;
-}
 
 std::string Text(const QLineEdit* edit) { return edit->text().toStdString(); }
 
@@ -60,17 +37,17 @@ frmCompare::frmCompare(QWidget* parent) : DialogForm(parent) {
     cboMULType->setGeometry(Px(1500), Px(480), Px(3315), Px(kBoxHeight));
     Label5 = MakeLabel(this, "Label5", "Origional/base muls:", 120, 960, true);
     Label2 = MakeLabel(this, "Label2", "MUL:", 420, 1260);
-    txtMUL1 = MakeText(this, "txtMUL1", 1500, 1260, 2835);
+    txtMUL1 = MakeText(this, "txtMUL1", "", 1500, 1260, 2835);
     cmdMUL1 = MakeButton(this, "cmdMUL1", "...", 4440, 1260, 375, kBoxHeight);
     lblIDX1 = MakeLabel(this, "lblIDX1", "IDX:", 420, 1620);
-    txtIDX1 = MakeText(this, "txtIDX1", 1500, 1620, 2835);
+    txtIDX1 = MakeText(this, "txtIDX1", "", 1500, 1620, 2835);
     cmdIDX1 = MakeButton(this, "cmdIDX1", "...", 4440, 1620, 375, kBoxHeight);
     Label6 = MakeLabel(this, "Label6", "Altered/New muls:", 120, 2220, true);
     Label3 = MakeLabel(this, "Label3", "MUL:", 420, 2520);
-    txtMUL2 = MakeText(this, "txtMUL2", 1500, 2520, 2835);
+    txtMUL2 = MakeText(this, "txtMUL2", "", 1500, 2520, 2835);
     cmdMUL2 = MakeButton(this, "cmdMUL2", "...", 4440, 2520, 375, kBoxHeight);
     lblIDX2 = MakeLabel(this, "lblIDX2", "IDX:", 420, 2880);
-    txtIDX2 = MakeText(this, "txtIDX2", 1500, 2880, 2835);
+    txtIDX2 = MakeText(this, "txtIDX2", "", 1500, 2880, 2835);
     cmdIDX2 = MakeButton(this, "cmdIDX2", "...", 4440, 2880, 375, kBoxHeight);
     cmdCompare = MakeButton(this, "cmdCompare", "Compare", 5100, 120, 1395, kButtonHeight);
     cmdCompare->setDefault(true);

@@ -14,31 +14,7 @@ namespace quillet {
 
 namespace {
 
-constexpr int kBoxHeight = 315;     // twips: the drop-down list
-constexpr int kButtonHeight = 375;  // twips: the dialog's commands
 constexpr int kVerdata = 301;       // the item data that stands for verdata, as in the Import dialog
-
-QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top, bool bold = false) {
-    auto* label = new QLabel(caption, form);
-    label->setObjectName(name);
-    if (bold) {
-        QFont font = label->font();
-        font.setBold(true);
-        label->setFont(font);
-    }
-    label->adjustSize();
-    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
-    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    return label;
-}
-
-QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, int left, int top, int width) {
-    auto* button = new QPushButton(caption, form);
-    button->setObjectName(name);
-    button->setAutoDefault(false);
-    button->setGeometry(Px(left), Px(top), Px(width), Px(kButtonHeight));
-    return button;
-}
 
 }  // namespace
 
@@ -54,9 +30,9 @@ frmExport::frmExport(QWidget* parent) : DialogForm(parent) {
     cboMULType->setObjectName("cboMULType");
     cboMULType->setEditable(false);
     cboMULType->setGeometry(Px(1800), Px(540), Px(3915), Px(kBoxHeight));
-    cmdExport = MakeButton(this, "cmdExport", "Export", 6060, 120, 1335);
+    cmdExport = MakeButton(this, "cmdExport", "Export", 6060, 120, 1335, kButtonHeight);
     cmdExport->setDefault(true);
-    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 6060, 600, 1335);
+    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 6060, 600, 1335, kButtonHeight);
     StatusBar1 = new QStatusBar(this);
     StatusBar1->setObjectName("StatusBar1");
     StatusBar1->setSizeGripEnabled(false);

@@ -17,27 +17,9 @@ namespace quillet {
 
 namespace {
 
-constexpr int kBoxHeight = 315;     // twips: text box, "..." button
-constexpr int kButtonHeight = 375;  // twips: the dialog's commands
 // The design gives the width only; this height holds the two rows and the
 // buttons with the same margin below as above.
 constexpr int kClientHeight = 1500;
-
-QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top) {
-    auto* label = new QLabel(caption, form);
-    label->setObjectName(name);
-    label->adjustSize();
-    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
-    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    return label;
-}
-
-QLineEdit* MakeText(QWidget* form, const char* name, const char* text, int left, int top, int width) {
-    auto* edit = new QLineEdit(text, form);
-    edit->setObjectName(name);
-    edit->setGeometry(Px(left), Px(top), Px(width), Px(kBoxHeight));
-    return edit;
-}
 
 }  // namespace
 

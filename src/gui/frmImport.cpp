@@ -22,32 +22,7 @@ namespace quillet {
 
 namespace {
 
-// Heights the design leaves to the controls' kind, in twips.
-constexpr int kBoxHeight = 315;     // text box, drop-down list, "..." button
-constexpr int kButtonHeight = 375;  // the dialog's commands
 constexpr int kTiledata = 30;
-
-QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, int left, int top, bool bold = false) {
-    auto* label = new QLabel(caption, form);
-    label->setObjectName(name);
-    if (bold) {
-        QFont font = label->font();
-        font.setBold(true);
-        label->setFont(font);
-    }
-    label->adjustSize();
-    // A label stands beside the boxes of its row, centred on them.
-    label->setGeometry(Px(left), Px(top), label->width(), Px(kBoxHeight));
-    label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    return label;
-}
-
-QLineEdit* MakeText(QWidget* form, const char* name, const char* text, int left, int top, int width) {
-    auto* edit = new QLineEdit(text, form);
-    edit->setObjectName(name);
-    edit->setGeometry(Px(left), Px(top), Px(width), Px(kBoxHeight));
-    return edit;
-}
 
 std::string Text(const QLineEdit* edit) { return edit->text().toStdString(); }
 
