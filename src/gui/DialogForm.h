@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStatusBar>
 
 #include "cWindow.h"
 
@@ -36,6 +37,16 @@ inline QLineEdit* MakeText(QWidget* form, const char* name, const char* text, in
     edit->setObjectName(name);
     edit->setGeometry(Px(left), Px(top), Px(width), Px(kBoxHeight));
     return edit;
+}
+
+// The dialog's status bar, along its bottom edge.
+inline QStatusBar* MakeStatusBar(QWidget* form) {
+    auto* bar = new QStatusBar(form);
+    bar->setObjectName("StatusBar1");
+    bar->setSizeGripEnabled(false);
+    const int barHeight = bar->sizeHint().height();
+    bar->setGeometry(0, form->height() - barHeight, form->width(), barHeight);
+    return bar;
 }
 
 // A command button at its design place, in twips; Return does not press it

@@ -52,11 +52,7 @@ frmCompare::frmCompare(QWidget* parent) : DialogForm(parent) {
     cmdCompare = MakeButton(this, "cmdCompare", "Compare", 5100, 120, 1395, kButtonHeight);
     cmdCompare->setDefault(true);
     cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 5100, 600, 1395, kButtonHeight);
-    StatusBar1 = new QStatusBar(this);
-    StatusBar1->setObjectName("StatusBar1");
-    StatusBar1->setSizeGripEnabled(false);
-    const int barHeight = StatusBar1->sizeHint().height();
-    StatusBar1->setGeometry(0, height() - barHeight, width(), barHeight);
+    StatusBar1 = MakeStatusBar(this);
 
     connect(cboMULType, &QComboBox::currentIndexChanged, this, [this] { cboMULType_Change(); });
     connect(cboMULType, &QComboBox::activated, this, [this] { cboMULType_Change(); });

@@ -33,11 +33,7 @@ frmExport::frmExport(QWidget* parent) : DialogForm(parent) {
     cmdExport = MakeButton(this, "cmdExport", "Export", 6060, 120, 1335, kButtonHeight);
     cmdExport->setDefault(true);
     cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 6060, 600, 1335, kButtonHeight);
-    StatusBar1 = new QStatusBar(this);
-    StatusBar1->setObjectName("StatusBar1");
-    StatusBar1->setSizeGripEnabled(false);
-    const int barHeight = StatusBar1->sizeHint().height();
-    StatusBar1->setGeometry(0, height() - barHeight, width(), barHeight);
+    StatusBar1 = MakeStatusBar(this);
 
     connect(cmdExport, &QPushButton::clicked, this, [this] { cmdExport_Click(); });
     connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });

@@ -82,11 +82,7 @@ frmImport::frmImport(QWidget* parent) : DialogForm(parent) {
     cmdImport = MakeButton(this, "cmdImport", "Import", 6180, 120, 1335, kButtonHeight);
     cmdImport->setDefault(true);
     cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 6180, 600, 1335, kButtonHeight);
-    StatusBar1 = new QStatusBar(this);
-    StatusBar1->setObjectName("StatusBar1");
-    StatusBar1->setSizeGripEnabled(false);
-    const int barHeight = StatusBar1->sizeHint().height();
-    StatusBar1->setGeometry(0, height() - barHeight, width(), barHeight);
+    StatusBar1 = MakeStatusBar(this);
 
     connect(cboMULType, &QComboBox::currentIndexChanged, this, [this] { cboMULType_Change(); });
     connect(cboMULType, &QComboBox::activated, this, [this] { cboMULType_Change(); });
