@@ -15,7 +15,6 @@
 #include "formats/cMUO.h"
 #include "formats/cUOP.h"
 #include "formats/cVerdata.h"
-#include "formats/mPatchMUO.h"
 #include "sample/SampleClient.h"
 
 namespace quillet {
@@ -313,12 +312,6 @@ TEST_F(SampleClientTest, GumpsDecodeToTheSizeTheirExtraGives) {
         ++gumps;
     }
     EXPECT_GT(gumps, 100);
-    // The smallest gump: one row table entry, one run.
-    const ByteArray dot = MakeGumpBlock(1, 1, 3);
-    ASSERT_EQ(dot.size(), 8u);
-    EXPECT_EQ(LoadI32(dot.data()), 1);
-    EXPECT_EQ(LoadU16(dot.data() + 6), 1);
-    EXPECT_EQ(GumpExtra(440, 340), 440 * 65536 + 340);
 }
 
 TEST_F(SampleClientTest, HuesTiledataAndRadarColoursHaveTheirRecordLayouts) {
@@ -408,25 +401,6 @@ TEST_F(SampleClientTest, PatchFilesHoldTheSameEntriesInTheirOwnLayouts) {
     EXPECT_EQ(duplicates, 2);
     EXPECT_GE(flagged, 4);
     EXPECT_EQ(emptyOnes, 2);
-}
-
-TEST_F(SampleClientTest, LoadMUOTakesThePatchAsTheManifestDescribesIt) {
-    LoadMUO(Set("patch.muo"), 0, 255, 0, 400000);
-    EXPECT_TRUE(messages.empty());
-    EXPECT_TRUE(LogLines().empty());
-    EXPECT_EQ(FileTypes[0].InVerdata, 0);
-    EXPECT_EQ(FileTypes[128].InVerdata, 0);
-    EXPECT_EQ(FileTypes[4].InVerdata, 1);
-    EXPECT_EQ(PatchBlocks[0].Count, 3);  // four map entries, one a duplicate
-    EXPECT_EQ(PatchBlocks[4].Count, 4);
-    EXPECT_EQ(Slot(4, 7).Offset, 0);  // present, empty, Size kept
-    EXPECT_EQ(Slot(4, 7).Size, -1);
-    EXPECT_EQ(Slot(2, 2).Size, 0);
-    // The later of two entries wins.
-    const std::vector<PatchEntry> expected = SamplePatchEntries(1);
-    EXPECT_EQ(ReadBlockBytes(0, 513), expected[expected.size() - 2].data);
-    EXPECT_EQ(ReadBlockBytes(4, 3), expected.back().data);
-    EXPECT_EQ(Slot(12, 65535).Extra, expected[12].Extra);
 }
 
 TEST_F(SampleClientTest, WritersPutEveryFieldWhereTheFormatSays) {
