@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <array>
 
 #include "core/mMuls.h"
 #include "core/mPatch.h"
@@ -14,9 +14,8 @@ using namespace test;
 
 class ImportTest : public test::OperationsTest {
 protected:
-    // A sparse Art pair of 5 records, far fewer than Art's 65537: a real
-    // block, an empty record, a record of Size 0, another real block, and an
-    // empty record again. The MUL file holds the blocks in reverse order.
+    // A sparse Art pair of 5 records, far fewer than Art's 65537; the MUL file
+    // holds the blocks in reverse order.
     void WriteSparseArt() {
         Bytes idx;
         idx.record(3, 5, 0x1234)  // "hello"
@@ -27,25 +26,22 @@ protected:
         test::WriteFile(Path("art.idx"), idx.b);
         test::WriteFile(Path("art.mul"), Text("abchello"));
     }
+    void LoadArt(int32_t from, int32_t to) { LoadMUL(Path("art.mul"), Path("art.idx"), kArt, from, to); }
 };
 
 TEST_F(ImportTest, SparseArtFillsEveryWalkedSlot) {
     WriteSparseArt();
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 0, 400000);
-
-    ExpectSlot(kArt, 0, 5, 0x1234, true);
-    EXPECT_EQ(ReadBlockBytes(kArt, 0), Text("hello"));
-    ExpectSlot(kArt, 1, -1, 7, false);
-    ExpectSlot(kArt, 2, -1, 9, false);  // Size 0 in the source, -1 in the patch
-    ExpectSlot(kArt, 3, 3, -1, true);
-    EXPECT_EQ(ReadBlockBytes(kArt, 3), Text("abc"));
-    ExpectSlot(kArt, 4, -1, 0, false);
-    // Past the end of the IDX file the records read as zeros: present, empty.
-    ExpectSlot(kArt, 5, -1, 0, false);
-    ExpectSlot(kArt, 65536, -1, 0, false);
+    LoadArt(0, 400000);
+    ExpectBlock(kArt, 0, 5, 0x1234, Text("hello"));
+    ExpectBlock(kArt, 1, -1, 7);
+    ExpectBlock(kArt, 2, -1, 9);  // Size 0 in the source, -1 in the patch
+    ExpectBlock(kArt, 3, 3, -1, Text("abc"));
+    ExpectBlock(kArt, 4, -1, 0);
+    ExpectBlock(kArt, 5, -1, 0);  // past the end of the IDX file: zeroed records, present, empty
+    ExpectBlock(kArt, 65536, -1, 0);
     EXPECT_EQ(PatchBlocks[kArt].Count, 65537);
-    // Only the two real blocks cost bytes in the DataFile.
-    EXPECT_EQ(DataFileHandle.Size(), 8);
+    EXPECT_EQ(DataFileHandle.Size(), 8);  // only the two real blocks cost bytes in the DataFile
+    EXPECT_EQ(percents, (std::vector<int32_t>{30, 61, 91}));  // after blocks 19999, 39999, 59999: in percent
     EXPECT_TRUE(LogLines().empty());
 }
 
@@ -54,40 +50,32 @@ TEST_F(ImportTest, LimitsAddToThePatchAndRecount) {
     StoreBlock(kArt, 100, 2, 55, Text("zz"));
     StoreBlock(kArt, 3, 1, 66, Text("q"));
     const int32_t oldOffset = Slot(kArt, 3).Offset;
-
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 1, 3);
+    LoadArt(1, 3);
     ExpectAbsent(kArt, 0);
-    ExpectSlot(kArt, 1, -1, 7, false);
-    ExpectSlot(kArt, 2, -1, 9, false);
-    ExpectSlot(kArt, 3, 3, -1, true);  // overwritten, new bytes
-    EXPECT_NE(Slot(kArt, 3).Offset, oldOffset);
-    EXPECT_EQ(ReadBlockBytes(kArt, 3), Text("abc"));
+    ExpectBlock(kArt, 1, -1, 7);
+    ExpectBlock(kArt, 2, -1, 9);
+    ExpectBlock(kArt, 3, 3, -1, Text("abc"));  // overwritten, new bytes
+    EXPECT_GT(Slot(kArt, 3).Offset, oldOffset);
     ExpectAbsent(kArt, 4);
-    ExpectSlot(kArt, 100, 2, 55, true);  // outside the range: untouched
+    ExpectBlock(kArt, 100, 2, 55, Text("zz"));  // outside the range: untouched
     EXPECT_EQ(PatchBlocks[kArt].Count, 4);
-
-    // The same block again: a new Offset, the same Count.
-    const int32_t before = Slot(kArt, 3).Offset;
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 3, 3);
-    EXPECT_GT(Slot(kArt, 3).Offset, before);
-    EXPECT_EQ(PatchBlocks[kArt].Count, 4);
-
     // A range upside down, or beyond the type, stores nothing; Count is still recomputed.
-    PatchBlocks[kArt].Count = 99;
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 10, 5);
-    EXPECT_EQ(PatchBlocks[kArt].Count, 4);
-    PatchBlocks[kArt].Count = 99;
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 65537, 400000);
-    EXPECT_EQ(PatchBlocks[kArt].Count, 4);
+    for (const auto& [from, to] : {std::pair{10, 5}, std::pair{65537, 400000}}) {
+        PatchBlocks[kArt].Count = 99;
+        LoadArt(from, to);
+        EXPECT_EQ(PatchBlocks[kArt].Count, 4) << from;
+    }
     EXPECT_TRUE(LogLines().empty());
+    // The counting point counts walked blocks from FromBlock: 15537 are not enough.
+    percents.clear();
+    LoadArt(50000, 400000);
+    EXPECT_TRUE(percents.empty());
 }
 
-TEST_F(ImportTest, MissingSourcesAndFailures) {
+// Size -2, cut records, short Map files, a negative first block: the hostile corpus.
+TEST_F(ImportTest, MissingMulFileEndsTheCallBeforeAnything) {
     WriteSparseArt();
-    StoreBlock(kArt, 1, 1, 0, Text("k"));
     PatchBlocks[kArt].Count = 42;  // a stale count shows whether a recount ran
-
-    // A MUL file that is missing (or not named) ends the call before anything.
     LoadMUL(Path("none.mul"), Path("art.idx"), kArt, 0, 400000);
     LoadMUL("", Path("art.idx"), kArt, 0, 400000);
     LoadTiledata(Path("none.mul"), 0, 1023);
@@ -95,104 +83,47 @@ TEST_F(ImportTest, MissingSourcesAndFailures) {
     ExpectAbsent(kArt, 0);
     ExpectAbsent(kTiledata, 0);
     EXPECT_TRUE(LogLines().empty());
-
-    // A negative FromBlock is a failure: logged, nothing stored, no recount.
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, -1, 3);
-    EXPECT_TRUE(Logged("mMuls.LoadMUL"));
-    ExpectAbsent(kArt, 0);
-    EXPECT_EQ(PatchBlocks[kArt].Count, 42);
-
 }
 
-// Size -2, cut records, short Map files: the hostile corpus.
 TEST_F(ImportTest, HuesGroupsBecomeTheirVerdataForm) {
-    // Groups of 708 bytes become their 1220-byte verdata form.
+    // Groups of 708 bytes become their 1220-byte verdata form (its layout: ExportTest).
     const ByteArray hues = Counting(4 * 708, 9);
     test::WriteFile(Path("hues.mul"), hues);
     LoadMUL(Path("hues.mul"), "", kHues, 3, 400000);
-    ExpectSlot(kHues, 3, 1220, -1, true);
     ByteArray expected;
     ToVerdataHues(ByteArray(hues.begin() + 3 * 708, hues.end()), expected);
-    EXPECT_EQ(ReadBlockBytes(kHues, 3), expected);
-    // Past the end of the file: a group of zeros, converted all the same.
-    ExpectSlot(kHues, 374, 1220, -1, true);
-    EXPECT_EQ(ReadBlockBytes(kHues, 374), ByteArray(1220, 0));
+    ExpectBlock(kHues, 3, 1220, -1, expected);
+    ExpectBlock(kHues, 374, 1220, -1, ByteArray(1220, 0));  // past the end: zeros, converted all the same
     EXPECT_EQ(PatchBlocks[kHues].Count, 372);
     EXPECT_TRUE(LogLines().empty());
 }
 
-class TiledataTest : public ImportTest {
-protected:
-    // 512 groups of 836 bytes, then 512 of 1188; every group starts with its
-    // Block number and its section's size, the rest counting bytes.
-    void SetUp() override {
-        ImportTest::SetUp();
-        Bytes file;
-        for (int32_t block = 0; block < 1024; ++block) {
-            const int32_t size = block < 512 ? 836 : 1188;
-            file.le(block).le(size).raw(Counting(static_cast<size_t>(size - 8), block));
-        }
-        ASSERT_EQ(file.b.size(), 428032u + 512u * 1188u);
-        test::WriteFile(Path("tiledata.mul"), file.b);
-        tiledata = file.b;
-    }
-
-    ByteArray Group(int32_t block) const {
-        const size_t start = block < 512 ? 836u * block : 428032u + 1188u * (block - 512);
-        const size_t size = block < 512 ? 836 : 1188;
-        return ByteArray(tiledata.begin() + static_cast<std::ptrdiff_t>(start),
-                         tiledata.begin() + static_cast<std::ptrdiff_t>(start + size));
-    }
-
-    void ExpectStored(int32_t first, int32_t last) {
+// 512 groups of 836 bytes, then 512 of 1188, each with its Block number in
+// front. The second section always starts at 512: a range inside it takes all
+// of it from 512 on.
+TEST_F(ImportTest, TiledataRangesAndTheSectionBoundary) {
+    Bytes tiledata;
+    for (int32_t block = 0; block < 1024; ++block)
+        tiledata.le(block).raw(Counting(block < 512 ? 832 : 1184, block));
+    test::WriteFile(Path("tiledata.mul"), tiledata.b);
+    for (const auto& [from, to, first, last] :
+         std::vector<std::array<int32_t, 4>>{{600, 700, 512, 700}, {100, 300, 100, 300}, {500, 511, 500, 511},
+                                             {510, 512, 510, 512}, {0, 400000, 0, 1023}}) {
+        SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
+        PatchDispose();
+        PatchNew();
+        LoadTiledata(Path("tiledata.mul"), from, to);
         for (int32_t block = 0; block <= 1023; ++block) {
-            SCOPED_TRACE(block);
-            const PatchBlock& slot = Slot(kTiledata, block);
-            if (block < first || block > last) {
-                ASSERT_EQ(slot.Offset, -1);
-                continue;
-            }
-            ASSERT_EQ(slot.Size, block < 512 ? 836 : 1188);
-            ASSERT_EQ(slot.Extra, -1);
-            ASSERT_EQ(ReadBlockBytes(kTiledata, block), Group(block));
+            const int32_t size = block < 512 ? 836 : 1188;
+            const auto at = tiledata.b.begin() + (block < 512 ? 836 * block : 428032 + 1188 * (block - 512));
+            if (block < first || block > last)
+                ExpectAbsent(kTiledata, block);
+            else
+                ExpectBlock(kTiledata, block, size, -1, ByteArray(at, at + size));
         }
         EXPECT_EQ(PatchBlocks[kTiledata].Count, last - first + 1);
     }
-
-    ByteArray tiledata;
-};
-
-// The second section always starts at 512: a range inside it takes all of
-// it from 512 on.
-TEST_F(TiledataTest, RangesAndTheSectionBoundary) {
-    const struct {
-        int32_t from, to, firstStored, lastStored;
-    } cases[] = {{600, 700, 512, 700}, {100, 300, 100, 300}, {500, 511, 500, 511}, {510, 512, 510, 512},
-                 {0, 400000, 0, 1023}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.from) + " to " + std::to_string(c.to));
-        PatchDispose();
-        PatchNew();
-        LoadTiledata(Path("tiledata.mul"), c.from, c.to);
-        ExpectStored(c.firstStored, c.lastStored);
-    }
-    EXPECT_EQ(ReadBlockBytes(kTiledata, 512)[1], 0x02);  // 512, from file position 428032
     EXPECT_TRUE(LogLines().empty());
-}
-
-TEST_F(ImportTest, CountingPointEvery20000Blocks) {
-    // An empty IDX: 65537 walked blocks, all present and empty; the events
-    // run after blocks 19999, 39999 and 59999, with Block / NbrOfBlocks in percent.
-    test::WriteFile(Path("art.idx"), {});
-    test::WriteFile(Path("art.mul"), {});
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 0, 400000);
-    EXPECT_EQ(percents, (std::vector<int32_t>{30, 61, 91}));
-    EXPECT_EQ(PatchBlocks[kArt].Count, 65537);
-
-    // The counter is the procedure's own: it counts walked blocks from FromBlock.
-    percents.clear();
-    LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 50000, 400000);
-    EXPECT_TRUE(percents.empty());
 }
 
 }  // namespace

@@ -29,6 +29,13 @@ inline void ExpectSlot(int FileID, int32_t Block, int32_t Size, int32_t Extra, b
         EXPECT_EQ(slot.Offset, 0);
 }
 
+// ExpectSlot, and the block's bytes when it has any.
+inline void ExpectBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& bytes = {}) {
+    ExpectSlot(FileID, Block, Size, Extra, !bytes.empty());
+    if (bytes.empty()) return;
+    EXPECT_EQ(ReadBlockBytes(FileID, Block), bytes) << "FileID " << FileID << " block " << Block;
+}
+
 inline void ExpectAbsent(int FileID, int32_t Block) {
     EXPECT_EQ(Slot(FileID, Block).Offset, -1) << "FileID " << FileID << " block " << Block;
 }
