@@ -100,7 +100,7 @@ on_full_disk "a save" mPatch.SaveMUO "$cli" import --patch "$patch" --muo "$scra
 cmp -s "$patch" "$scratch/original.muo" || fail "a save on a full disk changed the patch"
 
 mkdir "$scratch/game"
-printf "$(le32 1)$(verdata_entry 4 9 24 2 0)ab" >"$scratch/game/verdata.mul"
+{ printf "$(le32 1)"; verdata_entry 4 9 24 2 0; printf ab; } >"$scratch/game/verdata.mul"
 cp "$scratch/game/verdata.mul" "$scratch/verdata-copy.mul"
 on_full_disk "an export" mVerdata.ExportVerdata "$cli" export --patch "$scratch/big.muo" --dir "$scratch/game"
 cmp -s "$scratch/game/verdata.mul" "$scratch/verdata-copy.mul" || fail "a failed export changed verdata.mul"

@@ -1,11 +1,17 @@
 #pragma once
 // A private world for each GUI test program: settings, log, program
 // directory and scratch files in a temporary directory.
+#include <QFile>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
+#include <QTreeWidget>
 
 #include <string>
 #include <vector>
+
+#include "core/mWait.h"
+#include "support/ByteIO.h"
 
 namespace quillet::guitest {
 
@@ -15,10 +21,42 @@ public:
     ~Environment();
     QString Path(const QString& name) const { return dir_.filePath(name); }
     std::vector<std::string> messages;  // message boxes, captured
+    // Message boxes land in `messages` instead of waiting for a click.
+    void CaptureMessages() {
+        WaitHooks hooks = CurrentWaitHooks();
+        hooks.message = [this](const std::string& text) { messages.push_back(text); };
+        InstallWaitHooks(hooks);
+    }
 
 private:
     QTemporaryDir dir_;
 };
+
+// A whole file: empty when it cannot be read; written anew.
+inline QByteArray ReadAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+inline bool WriteAll(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
+}
+inline ByteArray ReadBytes(const QString& path) {
+    const QByteArray bytes = ReadAll(path);
+    return ByteArray(bytes.begin(), bytes.end());
+}
+inline bool WriteAll(const QString& path, const ByteArray& bytes) {
+    return WriteAll(path,
+                    QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size())));
+}
+
+// The texts of the nodes under the tree's root ("Map (0)", ...).
+inline QStringList NodeTexts(QTreeWidget* tree) {
+    QStringList texts;
+    QTreeWidgetItem* root = tree->topLevelItem(0);
+    for (int i = 0; root && i < root->childCount(); ++i) texts << root->child(i)->text(0);
+    return texts;
+}
 
 // Grabs a widget to $QUILLET_SCREENSHOT_DIR/name.png when that is set.
 void Screenshot(class QWidget* widget, const QString& name);
