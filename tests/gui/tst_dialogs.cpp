@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <optional>
 
-#include "../common/Bytes.h"
 #include "FileDialogs.h"
 #include "GuiTestEnv.h"
 #include "frmCompare.h"
@@ -20,6 +19,7 @@
 #include "frmImport.h"
 #include "frmStart.h"
 #include "mMenu.h"
+#include "common/Bytes.h"
 #include "core/AppInfo.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
