@@ -21,6 +21,7 @@
 #include "mMenu.h"
 #include "common/Bytes.h"
 #include "core/AppInfo.h"
+#include "core/BlockRows.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "core/mStart.h"
@@ -33,11 +34,8 @@ namespace {
 
 struct WaitSeen { QString text; bool dialogVisible, mainWindowEnabled; };  // one Wait_Start as the user saw it
 
-ByteArray Bytes(int size, int seed) {
-    ByteArray bytes(static_cast<size_t>(size));
-    for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(seed * 31 + static_cast<int>(i));
-    return bytes;
-}
+// Block bytes told apart by their seed.
+ByteArray Bytes(int size, int seed) { return test::Counting(static_cast<size_t>(size), seed * 31); }
 // An IDX/MUL pair; a missing entry is an empty record.
 void WriteIdxMul(const QString& idx, const QString& mul, const std::vector<std::optional<ByteArray>>& blocks) {
     cMUL file;
@@ -126,14 +124,6 @@ private:
     void CheckNothingHappened(DialogForm* dialog) {
         QVERIFY(!dialog->Unloaded() && dialog->isVisible());
         QVERIFY(waits.empty() && TreeStale() && form->mnuOpen->isEnabled());  // after a click that must do nothing
-    }
-
-    static std::vector<int32_t> PresentBlocks(int FileID) {
-        std::vector<int32_t> present;
-        const auto& blocks = PatchBlocks[static_cast<size_t>(FileID)].Blocks;
-        for (size_t i = 0; i < blocks.size(); ++i)
-            if (blocks[i].Offset != -1) present.push_back(static_cast<int32_t>(i));
-        return present;
     }
 
 private Q_SLOTS:
@@ -350,7 +340,7 @@ private Q_SLOTS:
                 c.listIndex, QStringList{P(c.texts[0]), c.texts[1].isEmpty() ? "" : P(c.texts[1])} + c.texts.mid(2));
             CheckRanAndClosed(dialog.get(), c.wait);
             QCOMPARE(dialog->result(), int(QDialog::Accepted));
-            for (const auto& [FileID, blocks] : c.present) QCOMPARE(PresentBlocks(FileID), blocks);
+            for (const auto& [FileID, blocks] : c.present) QCOMPARE(ListedBlocks(FileID), blocks);
             if (c.probeID >= 0) QCOMPARE(ReadBlockBytes(c.probeID, c.probeBlock), c.probe);
             QVERIFY2(!TreeStale() && TreeTexts().contains(c.node), qPrintable(c.texts[0]));
         }
@@ -451,7 +441,7 @@ private Q_SLOTS:
             boxes[c.missing]->setText(P(c.files[c.missing]));
             Click(dialog->cmdCompare);
             CheckRanAndClosed(dialog.get(), "Comparing MUL data. Please wait.");
-            QCOMPARE(PresentBlocks(c.FileID), c.present);
+            QCOMPARE(ListedBlocks(c.FileID), c.present);
             QCOMPARE(ReadBlockBytes(c.FileID, c.present.front()), c.first);
             QVERIFY(TreeTexts().contains(c.node));
         }
@@ -485,7 +475,7 @@ private Q_SLOTS:
             Click(dialog->cmdImport);
             CheckRanAndClosed(dialog.get(), "Converting picture to gump. Please wait.",
                               true);  // in sight while it converts
-            QCOMPARE(PresentBlocks(12), std::vector<int32_t>{c.block});
+            QCOMPARE(ListedBlocks(12), std::vector<int32_t>{c.block});
             QCOMPARE(Slot(12, c.block).Extra, c.extra);
             QCOMPARE(ReadBlockBytes(12, c.block), c.bytes);
             QVERIFY(TreeTexts().contains("Gumps (1)"));
@@ -590,7 +580,7 @@ private Q_SLOTS:
         });
         form->mnuImport->trigger();
         QVERIFY(opened.isNull());  // gone with the command
-        QCOMPARE(PresentBlocks(14), std::vector<int32_t>{2});
+        QCOMPARE(ListedBlocks(14), std::vector<int32_t>{2});
         QVERIFY(TreeTexts().contains("Multis (1)"));
         QVERIFY(form->mnuImport->isEnabled());
     }

@@ -8,6 +8,7 @@
 
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
+#include "core/BlockRows.h"
 #include "core/Checked.h"
 #include "core/mPatch.h"
 #include "core/mWait.h"
@@ -177,12 +178,6 @@ TEST_F(MapStaticsTest, RadarColoursAreSignedEntriesAndAShortFileEndsInBlack) {
 }
 
 TEST_F(MapStaticsTest, RectanglesInAnyOrderAndCutAtTheEdgesClearTheirTypesBlocks) {
-    const auto present = [](int FileID) {
-        std::vector<int32_t> blocks;
-        for (int32_t block = 0; block <= 393215; ++block)
-            if (Slot(FileID, block).Offset != -1) blocks.push_back(block);
-        return blocks;
-    };
     // Columns 0-2 and 765-767, rows 0-2 and 509-511 of both types, each with
     // data, and block (10, 10) empty; Extra tells the blocks apart.
     const auto fill = [&] {
@@ -193,7 +188,7 @@ TEST_F(MapStaticsTest, RectanglesInAnyOrderAndCutAtTheEdgesClearTheirTypesBlocks
             PutEmpty(FileID, BlockAt(10, 10), BlockAt(10, 10) + 7);
             RecountBlocks(FileID);
         }
-        return present(0);
+        return ListedBlocks(0);
     };
     const struct {
         decltype(&Map_ClearBlocks) clear;
@@ -232,9 +227,9 @@ TEST_F(MapStaticsTest, RectanglesInAnyOrderAndCutAtTheEdgesClearTheirTypesBlocks
         EXPECT_EQ(at, c.after);
         std::vector<int32_t> left;  // both in rising order
         std::set_difference(all.begin(), all.end(), c.gone.begin(), c.gone.end(), std::back_inserter(left));
-        EXPECT_EQ(present(c.FileID), left);
+        EXPECT_EQ(ListedBlocks(c.FileID), left);
         EXPECT_EQ(PatchBlocks[static_cast<size_t>(c.FileID)].Count, static_cast<int32_t>(left.size()));
-        EXPECT_EQ(present(2 - c.FileID), all);  // the other type is untouched
+        EXPECT_EQ(ListedBlocks(2 - c.FileID), all);  // the other type is untouched
         for (const int32_t block : c.gone) {    // Size and Extra keep their values
             EXPECT_EQ(Slot(c.FileID, block).Size, block == BlockAt(10, 10) ? 0 : 196);
             EXPECT_EQ(Slot(c.FileID, block).Extra, block + 7);
