@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet::fuzz {
 

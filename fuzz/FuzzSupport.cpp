@@ -14,7 +14,8 @@
 
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "actions/mStart.h"
 #include "core/mWait.h"
 
 namespace quillet::fuzz {

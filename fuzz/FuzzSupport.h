@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet::fuzz {
 

@@ -10,8 +10,7 @@
 #include <string>
 
 #include "FuzzSupport.h"
-#include "core/Checked.h"
-#include "core/mStart.h"
+#include "base/Checked.h"
 #include "support/cConvert.h"
 
 namespace quillet::fuzz {

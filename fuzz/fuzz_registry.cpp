@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "FuzzSupport.h"
-#include "core/mStart.h"
 #include "support/cRegistery.h"
 #include "support/cUO.h"
 

@@ -9,7 +9,7 @@
 #include "cli/FrontEnd.h"
 #include "cli/Session.h"
 #include "core/BlockRows.h"
-#include "core/mBlockCommands.h"
+#include "actions/mBlockCommands.h"
 #include "core/mPatch.h"
 
 namespace quillet::cli {

@@ -11,7 +11,7 @@
 #include "cli/PixelPicture.h"
 #include "cli/Session.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "support/Services.h"
 #include "core/mWait.h"
 #include "support/cRegistery.h"
 #include "viewers/mMap.h"

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "cli/Progress.h"
-#include "core/mStart.h"
+#include "base/cError.h"
 #include "core/mWait.h"
 
 namespace quillet::cli {

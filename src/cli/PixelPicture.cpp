@@ -7,14 +7,14 @@
 #include <cerrno>
 #include <cstring>
 
-#include "support/SafeSave.h"
+#include "base/SafeSave.h"
 
 #ifdef QUILLET_HAVE_QTGUI
 #include <QImage>
 #include <QString>
 #else
-#include "support/BinaryFile.h"
-#include "support/ByteIO.h"
+#include "base/BinaryFile.h"
+#include "base/ByteIO.h"
 #endif
 
 namespace quillet::cli {

@@ -8,11 +8,11 @@
 
 #include "cli/FrontEnd.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "actions/mStart.h"
 #include "core/mWait.h"
 #include "formats/cMUO.h"
 #include "formats/mPatchMUO.h"
-#include "support/SafeSave.h"
+#include "base/SafeSave.h"
 
 namespace quillet::cli {
 namespace {

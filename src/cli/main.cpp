@@ -12,7 +12,8 @@
 #include "cli/FrontEnd.h"
 #include "cli/Session.h"
 #include "core/mMuls.h"
-#include "core/mStart.h"
+#include "support/Services.h"
+#include "core/mPatch.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/mStart.h"
+#include "base/cError.h"
 #include "core/mWait.h"
 
 namespace quillet {

@@ -1,12 +1,43 @@
 #include "core/mPatch.h"
 
-#include "core/mStart.h"
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <random>
+
+#include "base/cError.h"
 
 namespace quillet {
 
 std::array<PatchBlockSet, kFileIDs> PatchBlocks;
 DatafileHandle DataFileHandle;
 std::string DataFileName;
+std::string DataFileDirectory;
+
+std::string NewDataFileName() {
+    std::mt19937 generator(static_cast<std::mt19937::result_type>(
+        std::chrono::high_resolution_clock::now().time_since_epoch().count()));
+    std::uniform_real_distribution<double> uniform(0.0, 1.0);
+    std::string name = ".";
+    for (int i = 0; i < 8; ++i) name += static_cast<char>(static_cast<int>(std::floor(uniform(generator) * 25)) + 97);
+    return name + ".dat";
+}
+
+void NewPatchStore() {
+    CreatePatchStructures();
+    // What crashed runs left behind goes before this run adds its own.
+    RemoveStaleDatafiles(DataFileDirectory);
+    DataFileName = NewDataFileName();
+    if (!DataFileDirectory.empty())
+        DataFileName = DataFileDirectory + (DataFileDirectory.back() == '/' ? "" : "/") + DataFileName;
+    Datafile_Create(DataFileHandle, DataFileName);
+}
+
+void PatchDispose() {
+    Datafile_Close(DataFileHandle);
+    if (!DataFileName.empty()) ::unlink(DataFileName.c_str());
+}
 
 void CreatePatchStructures() {
     try {

@@ -26,6 +26,20 @@ extern std::array<PatchBlockSet, kFileIDs> PatchBlocks;
 extern DatafileHandle DataFileHandle;
 extern std::string DataFileName;
 
+// Where a new patch puts its DataFile: empty means the current directory
+// (the GUI); the CLI points it at the temporary directory.
+extern std::string DataFileDirectory;
+
+// The store of an empty patch: fresh slots, and a new hidden DataFile in
+// DataFileDirectory (the leftovers of crashed runs there are deleted first).
+// PatchNew adds the radar colours to this.
+void NewPatchStore();
+// Closes and deletes the DataFile.
+void PatchDispose();
+
+// ".abcdefgh.dat": a leading dot hides it, the 8 letters come from 'a'..'y'.
+std::string NewDataFileName();
+
 void CreatePatchStructures();
 
 // Count of one type recomputed from its slots.

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 
 namespace quillet {
 namespace {

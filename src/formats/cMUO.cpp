@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "formats/FormatCodes.h"
 
 namespace quillet {

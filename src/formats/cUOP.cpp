@@ -6,8 +6,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/AppInfo.h"
-#include "core/Checked.h"
+#include "base/AppInfo.h"
+#include "base/Checked.h"
 #include "formats/FormatCodes.h"
 
 namespace quillet {

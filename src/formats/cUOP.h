@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "support/BinaryFile.h"
-#include "support/ByteIO.h"
+#include "base/BinaryFile.h"
+#include "base/ByteIO.h"
 
 namespace quillet {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 
 namespace quillet {
 namespace {

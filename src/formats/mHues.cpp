@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "core/Checked.h"
-#include "core/mStart.h"
+#include "base/Checked.h"
+#include "base/cError.h"
 
 namespace quillet {
 namespace {

@@ -5,7 +5,7 @@
 // A hue block is kept in the patch in the verdata form.
 #include <cstdint>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet {
 

@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
 #include "formats/cMUO.h"
-#include "support/SafeSave.h"
+#include "base/SafeSave.h"
 
 namespace quillet {
 

@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
 #include "formats/cUOP.h"

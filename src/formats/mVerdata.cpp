@@ -9,11 +9,12 @@
 #include <cstring>
 
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "support/Services.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
 #include "formats/cVerdata.h"
-#include "support/SafeSave.h"
+#include "base/SafeSave.h"
 
 namespace quillet {
 namespace {

@@ -3,7 +3,7 @@
 #include <QFileDialog>
 #include <QStringList>
 
-#include "core/mStart.h"
+#include "base/cError.h"
 
 namespace quillet {
 namespace {

@@ -13,9 +13,9 @@
 
 #include <memory>
 
-#include "core/AppInfo.h"
-#include "core/Checked.h"
-#include "core/mStart.h"
+#include "base/AppInfo.h"
+#include "base/Checked.h"
+#include "base/cError.h"
 
 namespace quillet {
 

@@ -10,7 +10,8 @@
 #include "cWindow.h"
 #include "mMenu.h"
 #include "core/mMuls.h"
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "support/Services.h"
 #include "core/mWait.h"
 #include "operations/mImport.h"
 

@@ -6,7 +6,8 @@
 #include <QStatusBar>
 
 #include "cWindow.h"
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "support/Services.h"
 #include "core/mWait.h"
 #include "formats/mVerdata.h"
 

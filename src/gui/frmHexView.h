@@ -5,7 +5,7 @@
 #include <QAbstractTableModel>
 #include <QDialog>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 class QTableView;
 

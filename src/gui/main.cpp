@@ -5,8 +5,8 @@
 
 #include "frmStart.h"
 #include "mMenu.h"
-#include "core/AppInfo.h"
-#include "core/mStart.h"
+#include "base/AppInfo.h"
+#include "actions/mStart.h"
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);

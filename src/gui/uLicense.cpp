@@ -4,7 +4,7 @@
 #include <QPlainTextEdit>
 
 #include "cWindow.h"
-#include "core/AppInfo.h"
+#include "base/AppInfo.h"
 
 namespace quillet {
 

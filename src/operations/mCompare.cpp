@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "support/Services.h"
 #include "core/mWait.h"
 #include "formats/cMUL.h"
 #include "operations/mImport.h"

@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
-#include "support/ByteIO.h"
+#include "base/cError.h"
+#include "base/ByteIO.h"
 #include "support/mConvert.h"
 
 namespace quillet {

@@ -1,9 +1,10 @@
 #include "operations/mImport.h"
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "support/Services.h"
 #include "core/mWait.h"
 #include "formats/cMUL.h"
 #include "formats/mHues.h"

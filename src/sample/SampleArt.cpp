@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "sample/SampleClient.h"
 #include "sample/SampleCore.h"
 

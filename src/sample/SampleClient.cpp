@@ -8,7 +8,7 @@
 #include <sstream>
 #include <utility>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "sample/SampleCore.h"
 
 namespace quillet::sample {

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet::sample {
 

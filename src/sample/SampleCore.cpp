@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "core/Checked.h"
-#include "core/mStart.h"
+#include "base/Checked.h"
+#include "base/cError.h"
 
 namespace quillet::sample::detail {
 

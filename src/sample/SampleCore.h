@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "sample/SampleClient.h"
-#include "support/BinaryFile.h"
-#include "support/ByteIO.h"
+#include "base/BinaryFile.h"
+#include "base/ByteIO.h"
 
 namespace quillet::sample::detail {
 

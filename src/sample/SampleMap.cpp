@@ -3,7 +3,7 @@
 #include <array>
 #include <memory>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "sample/SampleClient.h"
 #include "sample/SampleCore.h"
 

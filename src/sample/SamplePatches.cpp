@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <array>
 
-#include "core/AppInfo.h"
-#include "core/Checked.h"
+#include "base/AppInfo.h"
+#include "base/Checked.h"
 #include "sample/SampleClient.h"
 #include "sample/SampleCore.h"
 

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "sample/SampleClient.h"
 #include "sample/SampleCore.h"
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <random>
 
-#include "core/mStart.h"
+#include "base/cError.h"
 #include "support/mConvert.h"
 
 namespace quillet {

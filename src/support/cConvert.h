@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet {
 

@@ -15,9 +15,11 @@
 #include <system_error>
 #include <vector>
 
-#include "core/mStart.h"
+#include "base/AppInfo.h"
+#include "base/cError.h"
+#include "support/Services.h"
 #include "core/mWait.h"
-#include "support/SafeSave.h"
+#include "base/SafeSave.h"
 
 extern char** environ;
 
@@ -27,15 +29,6 @@ namespace {
 std::string WithSlash(std::string path) {
     if (path.empty() || path.back() != '/') path += '/';
     return path;
-}
-
-std::string ProgramDirectory() {
-    char buffer[4096];
-    const ssize_t n = ::readlink("/proc/self/exe", buffer, sizeof buffer - 1);
-    if (n <= 0) return {};
-    const std::string path(buffer, static_cast<size_t>(n));
-    const size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
 std::string ErrnoText(int err) { return std::generic_category().message(err); }
@@ -274,7 +267,7 @@ void OpenWithDesktop(const std::string& target, const std::string& directory) {
 
 cFileIO::cFileIO() {
     AppPath = ProgramDirectory();
-    exepath = gError.isNotIDE ? ProgramDirectory() : AppPath;
+    exepath = kIsIDE ? AppPath : ProgramDirectory();
     const char* tmp = std::getenv("TMPDIR");
     TempPath = WithSlash(tmp && *tmp ? tmp : "/tmp");
     // There is no system or Windows directory on a POSIX system; these are

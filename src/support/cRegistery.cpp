@@ -10,9 +10,9 @@
 #include <iterator>
 #include <string_view>
 
-#include "core/Checked.h"
-#include "core/mStart.h"
-#include "support/BinaryFile.h"
+#include "base/Checked.h"
+#include "base/cError.h"
+#include "base/BinaryFile.h"
 
 namespace quillet {
 namespace {

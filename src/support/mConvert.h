@@ -2,7 +2,7 @@
 // Little-endian numbers in byte arrays and the client's 16-bit colours.
 #include <cstdint>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet {
 

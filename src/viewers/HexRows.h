@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
 #include "core/mWait.h"
 #include "viewers/mRadarCol.h"
 

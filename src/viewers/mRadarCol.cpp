@@ -2,8 +2,9 @@
 
 #include <vector>
 
-#include "core/mStart.h"
-#include "support/BinaryFile.h"
+#include "base/cError.h"
+#include "support/Services.h"
+#include "base/BinaryFile.h"
 #include "support/mConvert.h"
 
 namespace quillet {

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
 #include "core/mWait.h"
 #include "viewers/mMap.h"
 #include "viewers/mRadarCol.h"

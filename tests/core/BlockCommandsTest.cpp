@@ -1,4 +1,4 @@
-#include "core/mBlockCommands.h"
+#include "actions/mBlockCommands.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -6,7 +6,6 @@
 #include "common/TestEnv.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
 #include "formats/mHues.h"
 #include "formats/mVerdata.h"
 

@@ -5,7 +5,7 @@
 
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "formats/cMUL.h"
 
 namespace quillet {

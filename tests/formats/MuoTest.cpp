@@ -1,11 +1,11 @@
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "actions/mStart.h"
 #include "formats/cMUO.h"
 #include "formats/mPatchMUO.h"
 #include "operations/OperationsTestUtil.h"
-#include "support/SafeSave.h"
+#include "base/SafeSave.h"
 
 namespace quillet {
 namespace {

@@ -4,7 +4,9 @@
 #include <QPixmap>
 #include <QWidget>
 
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "support/Services.h"
+#include "core/mPatch.h"
 #include "core/mWait.h"
 
 namespace quillet::guitest {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/mWait.h"
-#include "support/ByteIO.h"
+#include "base/ByteIO.h"
 
 namespace quillet::guitest {
 

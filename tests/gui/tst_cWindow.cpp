@@ -8,7 +8,7 @@
 
 #include "GuiTestEnv.h"
 #include "cWindow.h"
-#include "core/AppInfo.h"
+#include "base/AppInfo.h"
 
 using namespace quillet;
 

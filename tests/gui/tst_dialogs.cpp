@@ -20,11 +20,12 @@
 #include "frmStart.h"
 #include "mMenu.h"
 #include "common/Bytes.h"
-#include "core/AppInfo.h"
+#include "base/AppInfo.h"
 #include "core/BlockRows.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "support/Services.h"
+#include "actions/mStart.h"
 #include "formats/cMUL.h"
 
 using namespace quillet;

@@ -22,7 +22,7 @@
 #include "uScrollPicture.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "actions/mStart.h"
 #include "viewers/mRadarCol.h"
 
 using namespace quillet;

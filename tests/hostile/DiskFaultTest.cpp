@@ -19,13 +19,13 @@
 
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "actions/mStart.h"
 #include "core/mWait.h"
 #include "formats/mPatchMUO.h"
 #include "formats/mVerdata.h"
 #include "hostile/HostileUtil.h"
 #include "operations/mImport.h"
-#include "support/SafeSave.h"
+#include "base/SafeSave.h"
 
 namespace quillet {
 namespace {

@@ -13,7 +13,6 @@
 
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
 #include "formats/mPatchMUO.h"
 #include "formats/mPatchUOP.h"
 #include "formats/mVerdata.h"

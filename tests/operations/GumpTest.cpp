@@ -3,7 +3,6 @@
 #include <functional>
 
 #include "core/mPatch.h"
-#include "core/mStart.h"
 #include "operations/OperationsTestUtil.h"
 #include "operations/mGumps.h"
 

@@ -2,7 +2,7 @@
 
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "actions/mStart.h"
 #include "formats/mHues.h"
 #include "operations/OperationsTestUtil.h"
 #include "operations/mImport.h"

@@ -10,7 +10,7 @@
 
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "core/mMuls.h"
 #include "sample/SampleClient.h"
 

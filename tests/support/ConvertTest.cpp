@@ -8,7 +8,7 @@
 #include <string>
 
 #include "SupportTestUtil.h"
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "support/cConvert.h"
 #include "support/mConvert.h"
 

@@ -12,7 +12,6 @@
 
 #include "SupportTestUtil.h"
 #include "common/Bytes.h"
-#include "core/mStart.h"
 #include "core/mWait.h"
 #include "support/cFileIO.h"
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "core/mStart.h"
+#include "base/cError.h"
 
 namespace quillet::testing {
 

@@ -9,7 +9,7 @@
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/BlockRows.h"
-#include "core/Checked.h"
+#include "base/Checked.h"
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "viewers/mMap.h"

@@ -1,11 +1,11 @@
-#include "core/cError.h"
+#include "base/cError.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <exception>
 
-#include "core/AppInfo.h"
-#include "core/mStart.h"
+#include "base/AppInfo.h"
 
 namespace quillet {
 namespace {
@@ -21,6 +21,8 @@ std::string Stamp(const char* format) {
 
 }  // namespace
 
+cError gError;
+
 std::string CurrentFailureText() {
     const std::exception_ptr current = std::current_exception();
     if (!current) return {};
@@ -35,16 +37,18 @@ std::string CurrentFailureText() {
     }
 }
 
-cError::cError() {
-#ifdef QUILLET_IDE
-    isIDE = true;
-#endif
-    isNotIDE = !isIDE;
+cError::cError() : isIDE(kIsIDE), isNotIDE(!kIsIDE) {}
+
+FailureWatch::FailureWatch() { gError.watches_.push_back(this); }
+
+FailureWatch::~FailureWatch() {
+    auto& watches = gError.watches_;
+    watches.erase(std::remove(watches.begin(), watches.end(), this), watches.end());
 }
 
 std::string cError::LogFilePath() const {
     if (!LogFileOverride.empty()) return LogFileOverride;
-    return gFileIO.exepath + kAppTitle + ".log";
+    return ProgramDirectory() + kAppTitle + ".log";
 }
 
 void cError::Append(const std::string& record) {
@@ -62,6 +66,8 @@ void cError::Append(const std::string& record) {
 void cError::Log(const std::string& Proc, std::string& description) {
     if (description.empty()) description = CurrentFailureText();
     Append(Stamp("%Y-%m-%d %H:%M:%S") + " " + Proc + ": " + description);
+    for (FailureWatch* watch : watches_)
+        if (watch->first_.empty()) watch->first_ = Proc + ": " + description;
     if (OnLogged) OnLogged(Proc, description);
 }
 

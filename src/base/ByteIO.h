@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/Checked.h"
+#include "base/Checked.h"
 
 namespace quillet {
 

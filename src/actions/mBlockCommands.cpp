@@ -1,11 +1,12 @@
-#include "core/mBlockCommands.h"
+#include "actions/mBlockCommands.h"
 
 #include <algorithm>
 #include <functional>
 
 #include "core/BlockRows.h"
 #include "core/mPatch.h"
-#include "core/mStart.h"
+#include "base/cError.h"
+#include "support/Services.h"
 
 namespace quillet {
 namespace {

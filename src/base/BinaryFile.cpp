@@ -1,4 +1,4 @@
-#include "support/BinaryFile.h"
+#include "base/BinaryFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

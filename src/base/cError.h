@@ -6,8 +6,11 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace quillet {
+
+class FailureWatch;
 
 class cError {
 public:
@@ -28,17 +31,41 @@ public:
     std::string LogFileOverride;
     std::string LogFilePath() const;
 
-    // Front ends may listen to every logged failure (the CLI prints them and
-    // turns them into its exit status). Called after the line is written.
+    // A front end may echo every logged failure (the CLI prints them on
+    // stderr). Called after the line is written.
     std::function<void(const std::string& Proc, const std::string& description)> OnLogged;
 
 private:
+    friend class FailureWatch;
     void Append(const std::string& record);
+    std::vector<FailureWatch*> watches_;
     std::chrono::steady_clock::time_point start_{};
     std::chrono::steady_clock::time_point stop_{};
 };
 
+// The one failure log of the process. Nothing logs during static
+// initialisation, so its place among the other global objects does not matter.
+extern cError gError;
+
 // Text of the exception being handled, or "" when none is.
 std::string CurrentFailureText();
+
+// Collects the failures logged while it lives, so that a job can answer
+// whether anything it called failed: the first one's "Proc: description".
+// Watches nest; each sees every failure logged in its lifetime.
+class FailureWatch {
+public:
+    FailureWatch();
+    ~FailureWatch();
+    FailureWatch(const FailureWatch&) = delete;
+    FailureWatch& operator=(const FailureWatch&) = delete;
+
+    bool Failed() const { return !first_.empty(); }
+    const std::string& First() const { return first_; }
+
+private:
+    friend class cError;
+    std::string first_;
+};
 
 }  // namespace quillet

@@ -1,0 +1,10 @@
+#include "support/Services.h"
+
+namespace quillet {
+
+// Definition order is construction order.
+cFileIO gFileIO;
+cConvert gConvert;
+cUO gUO;
+
+}  // namespace quillet
