@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "core/BlockRows.h"
 #include "core/mDatafile.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
@@ -275,7 +276,7 @@ bool FillAllLists() {
         const FileTypeRec& type = FileTypes[static_cast<size_t>(id)];
         if (type.Name.empty() || type.Page.kind != PageRef::Kind::List) continue;
         BlockListModel model;
-        model.Rebuild(id);
+        model.Rebuild(id, ListedBlocks(id));
         ++lists;
         rows += model.rowCount();
         if (model.rowCount() != type.NbrOfBlocks + 1) return false;

@@ -135,7 +135,7 @@ void FileReader::Seek(int64_t position) { pos_ = position; }
 
 bool ReadWindow::Serve(const BinaryFile& file, int64_t position, size_t count) {
     const int64_t end = position + static_cast<int64_t>(count);
-    const bool continues = position == next_;
+    const bool continues = walk_ == Walk::Forward ? position >= next_ : position == next_;
     next_ = end;
     if (position >= start_ && end <= start_ + static_cast<int64_t>(filled_)) return true;
     // A walk that runs on past where the file ended at the last fill reads

@@ -73,7 +73,11 @@ private:
 // file are overwritten.
 class ReadWindow {
 public:
-    explicit ReadWindow(size_t size = 1 << 16) : size_(size) {}
+    // A forward window also refills for a read that skips ahead of the last
+    // one: a walk over sorted, scattered positions then costs one read per
+    // window too.
+    enum class Walk : unsigned char { Contiguous, Forward };
+    explicit ReadWindow(size_t size = 1 << 16, Walk walk = Walk::Contiguous) : size_(size), walk_(walk) {}
     // Answers the number of bytes that came from the file.
     size_t Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
     // The same bytes without a copy where the window holds them, else read
@@ -86,6 +90,7 @@ private:
     bool Serve(const BinaryFile& file, int64_t position, size_t count);
 
     size_t size_;
+    Walk walk_;
     std::vector<uint8_t> buffer_;
     int64_t start_ = 0;
     size_t filled_ = 0;  // bytes of buffer_ that came from the file

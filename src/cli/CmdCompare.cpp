@@ -3,13 +3,12 @@
 // version has it.
 #include <vector>
 
+#include "actions/mImportJobs.h"
 #include "cli/CommandHelpers.h"
 #include "cli/Commands.h"
+#include "cli/FrontEnd.h"
 #include "cli/Session.h"
-#include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mWait.h"
-#include "operations/mImport.h"
 
 namespace quillet::cli {
 namespace {
@@ -38,9 +37,9 @@ int RunCompare(CommandContext& context) {
     PatchSession patch(args);
     // Two equal sets change no slot: the patch is then not saved again.
     const std::vector<PatchBlock> before = PatchBlocks[static_cast<size_t>(fileId)].Blocks;
-    Wait_Start("Comparing MUL data. Please wait.");
-    CompareMUL(baseMul, baseIdx.value_or(""), newMul, newIdx.value_or(""), static_cast<uint8_t>(fileId));
-    Wait_Stop();
+    const Result compared =
+        CompareFiles(static_cast<uint8_t>(fileId), baseMul, baseIdx.value_or(""), newMul, newIdx.value_or(""));
+    if (!compared) return StatusOf(compared);
     if (!SameSlots(before, PatchBlocks[static_cast<size_t>(fileId)].Blocks)) patch.MarkChanged();
     return patch.Finish();
 }

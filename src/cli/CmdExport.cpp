@@ -2,10 +2,10 @@
 // as File, Export does it beside the program.
 #include <sys/stat.h>
 
+#include "actions/mExportJob.h"
 #include "cli/Commands.h"
+#include "cli/FrontEnd.h"
 #include "cli/Session.h"
-#include "core/mWait.h"
-#include "formats/mVerdata.h"
 
 namespace quillet::cli {
 namespace {
@@ -15,11 +15,8 @@ int RunExport(CommandContext& context) {
     struct stat info {};
     if (::stat(dir.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) throw CommandError(dir + ": no such directory");
     PatchSession patch(context.args);
-    Wait_Start("Exporting to verdata. Please wait.");
-    const bool written = ExportVerdata(dir);
-    Wait_Stop();
-    const int status = patch.Finish();
-    return written ? status : 1;
+    if (const Result exported = ExportToVerdata(dir); !exported) return StatusOf(exported);
+    return patch.Finish();
 }
 
 }  // namespace

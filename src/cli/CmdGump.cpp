@@ -1,25 +1,18 @@
 // gump: the gump import. A BMP, JPG or GIF picture becomes one Gumps block.
-// The pictures are read with QtGui; a build without it has the command, but
-// it says that it cannot run.
+#include "actions/mImportJobs.h"
 #include "cli/CommandHelpers.h"
 #include "cli/Commands.h"
+#include "cli/FrontEnd.h"
 #include "cli/Session.h"
 #include "core/mMuls.h"
-#include "core/mWait.h"
 #include "operations/mGumps.h"
-
-#ifdef QUILLET_HAVE_QTGUI
-#include "cli/QImagePixels.h"
-#endif
+#include "qtpictures/PictureFiles.h"
+#include "qtpictures/QImagePixels.h"
 
 namespace quillet::cli {
 namespace {
 
 int RunGump(CommandContext& context) {
-#ifndef QUILLET_HAVE_QTGUI
-    (void)context;
-    throw CommandError("gump is not available: this quillet-cli was built without QtGui, which reads the pictures");
-#else
     const ParsedArgs& args = context.args;
     const std::string& path = args.Required("--picture");
     const auto block = static_cast<int32_t>(
@@ -31,12 +24,9 @@ int RunGump(CommandContext& context) {
     const QImagePixels picture(image);
 
     PatchSession patch(args);
-    Wait_Start("Converting picture to gump. Please wait.");
-    Gump_LoadBMP(picture, block);
-    Wait_Stop();
+    if (const Result converted = ImportGump(picture, block); !converted) return StatusOf(converted);
     patch.MarkChanged();
     return patch.Finish();
-#endif
 }
 
 }  // namespace

@@ -3,15 +3,12 @@
 // client's own MUL (and IDX) files.
 #include <sys/stat.h>
 
+#include "actions/mImportJobs.h"
+#include "actions/mPatchJobs.h"
 #include "cli/CommandHelpers.h"
 #include "cli/Commands.h"
+#include "cli/FrontEnd.h"
 #include "cli/Session.h"
-#include "core/mMuls.h"
-#include "core/mWait.h"
-#include "formats/mPatchMUO.h"
-#include "formats/mPatchUOP.h"
-#include "formats/mVerdata.h"
-#include "operations/mImport.h"
 
 namespace quillet::cli {
 namespace {
@@ -30,12 +27,13 @@ int RunImportMUL(CommandContext& context) {
     if (idx) RequireReadableFile(*idx);
 
     PatchSession patch(args);
-    Wait_Start("Importing MUL data. Please wait");
-    if (fileId == kTiledataFileID)
-        LoadTiledata(mul, blocks.from, blocks.to);
-    else
-        LoadMUL(mul, idx.value_or(""), static_cast<uint8_t>(fileId), blocks.from, blocks.to);
-    Wait_Stop();
+    ImportRequest request;
+    request.Source = fileId;
+    request.File = mul;
+    request.Index = idx.value_or("");
+    request.FromBlock = blocks.from;
+    request.ToBlock = blocks.to;
+    if (const Result imported = ImportFrom(request); !imported) return StatusOf(imported);
     patch.MarkChanged();
     return patch.Finish();
 }
@@ -56,21 +54,18 @@ int RunImport(CommandContext& context) {
     const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or("0-400000"), "--blocks");
     struct stat info{};
     if (::stat(source.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) throw CommandError(source + ": no such file");
-    if (muo) CheckMUOReadable(source);
+    if (muo)
+        if (const Result readable = CheckPatchFile(source); !readable) throw CommandError(readable.Text());
 
     PatchSession patch(args);
-    const auto fromId = static_cast<uint8_t>(fileIds.from), toId = static_cast<uint8_t>(fileIds.to);
-    if (muo) {
-        Wait_Start("Importing MUO file. Please wait.");
-        LoadMUO(source, fromId, toId, blocks.from, blocks.to);
-    } else if (sources[0] == "--uop") {
-        Wait_Start("Importing UOP file. Please wait.");
-        LoadUOP(source, fromId, toId, blocks.from, blocks.to);
-    } else {
-        Wait_Start("Importing Verdata. Please wait.");
-        LoadVerdata(source, fromId, toId, blocks.from, blocks.to);
-    }
-    Wait_Stop();
+    ImportRequest request;
+    request.Source = muo ? kSourceMUO : sources[0] == "--uop" ? kSourceUOP : kSourceVerdata;
+    request.File = source;
+    request.FromFileID = static_cast<uint8_t>(fileIds.from);
+    request.ToFileID = static_cast<uint8_t>(fileIds.to);
+    request.FromBlock = blocks.from;
+    request.ToBlock = blocks.to;
+    if (const Result imported = ImportFrom(request); !imported) return StatusOf(imported);
     patch.MarkChanged();
     return patch.Finish();
 }

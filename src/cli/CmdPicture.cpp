@@ -6,17 +6,15 @@
 
 #include <iostream>
 
+#include "actions/mPageJobs.h"
 #include "cli/Commands.h"
 #include "cli/FrontEnd.h"
-#include "cli/PixelPicture.h"
 #include "cli/Session.h"
 #include "core/mPatch.h"
+#include "qtpictures/PictureFiles.h"
 #include "support/Services.h"
-#include "core/mWait.h"
 #include "support/cRegistery.h"
-#include "viewers/mMap.h"
-#include "viewers/mRadarCol.h"
-#include "viewers/mStatics.h"
+#include "viewers/PixelPicture.h"
 
 namespace quillet::cli {
 namespace {
@@ -78,24 +76,14 @@ int RunRender(CommandContext& context) {
     // The patch's start loads the client's radar colours, as the GUI's does.
     PatchSession patch(args);
     if (radarcol) {
-        Wait_Start("Loading radar colors");
-        LoadRadarColFrom(*radarcol);
-        Wait_Stop();
+        if (const Result loaded = LoadRadarColors(*radarcol); !loaded) return StatusOf(loaded);
     } else if (!RegularFile(gUO.UO2DPath + "radarcol.mul")) {
         PrintMessage("warning: no radar colour file (" + gUO.UO2DPath +
                      "radarcol.mul is not there): every block is drawn black; name one with --radarcol");
     }
 
     PixelPicture picture;
-    if (fileId == 0) {
-        Wait_Start("Drawing map. Please wait.");
-        DrawMap(picture);
-    } else {
-        Wait_Start("Drawing statics. Please wait.");
-        DrawStatics(picture);
-    }
-    Wait_Stop();
-    if (!picture.Shown()) {
+    if (!DrawPage(picture, fileId)) {
         patch.Finish();
         throw CommandError("the " + FileTypes[static_cast<size_t>(fileId)].Name + " page could not be drawn whole; " +
                            to + " was not written");
@@ -131,10 +119,8 @@ int RunDeleteRect(CommandContext& context) {
     PatchSession patch(args);
     RecountBlocks(fileId);
     const int32_t before = PatchBlocks[static_cast<size_t>(fileId)].Count;
-    if (fileId == 0)
-        Map_ClearBlocks(rect.X1, rect.Y1, rect.X2, rect.Y2);
-    else
-        Statics_ClearBlocks(rect.X1, rect.Y1, rect.X2, rect.Y2);
+    if (const Result cleared = ClearPageBlocks(fileId, rect.X1, rect.Y1, rect.X2, rect.Y2); !cleared)
+        return StatusOf(cleared);
     if (PatchBlocks[static_cast<size_t>(fileId)].Count != before) patch.MarkChanged();
     return patch.Finish();
 }

@@ -1,4 +1,5 @@
 // sample-client: writes the synthetic client data set.
+#include "base/cError.h"
 #include "cli/Commands.h"
 #include "cli/FrontEnd.h"
 #include "sample/SampleClient.h"
@@ -13,8 +14,9 @@ int RunSampleClient(CommandContext& context) {
     if (const auto seed = context.args.Optional("--seed"))
         options.seed = static_cast<uint32_t>(ParseNumber(*seed, "--seed", 4294967295));
     std::string error;
+    const FailureWatch failures;
     if (sample::WriteSampleClient(options, &error)) return 0;
-    if (FailureLogged()) return 1;  // already printed as it was logged
+    if (failures.Failed()) return 1;  // already printed as it was logged
     throw CommandError(options.dir + ": " + error);
 }
 

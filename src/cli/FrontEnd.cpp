@@ -11,8 +11,6 @@
 namespace quillet::cli {
 namespace {
 
-bool failureLogged = false;
-
 ProgressBar& Bar() {
     static ProgressBar bar(::isatty(STDERR_FILENO) == 1);
     return bar;
@@ -29,8 +27,6 @@ std::string AsLines(const std::string& text) {
 }
 
 }  // namespace
-
-bool FailureLogged() { return failureLogged; }
 
 void PrintMessage(const std::string& text) {
     Bar().Interrupt();
@@ -49,9 +45,14 @@ void InstallFrontEndHooks() {
     InstallWaitHooks(hooks);
 
     gError.OnLogged = [](const std::string& Proc, const std::string& description) {
-        failureLogged = true;
         PrintMessage("error: " + Proc + ": " + description);
     };
+}
+
+int StatusOf(const Result& result) {
+    if (result.Ok()) return 0;
+    if (!result.WasLogged() && !result.WasShown()) PrintMessage("error: " + result.Text());
+    return 1;
 }
 
 }  // namespace quillet::cli

@@ -6,13 +6,11 @@
 
 #include <cstring>
 
+#include "actions/mPatchJobs.h"
+#include "actions/mStart.h"
+#include "base/SafeSave.h"
 #include "cli/FrontEnd.h"
 #include "core/mPatch.h"
-#include "actions/mStart.h"
-#include "core/mWait.h"
-#include "formats/cMUO.h"
-#include "formats/mPatchMUO.h"
-#include "base/SafeSave.h"
 
 namespace quillet::cli {
 namespace {
@@ -50,25 +48,14 @@ void InstallSignalCleanup() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::sigaction(signal, &action, nullptr);
 }
 
-void CheckMUOReadable(const std::string& path) {
-    cMUO muo;
-    const int32_t code = muo.cOpen(path);
-    if (code != 0) throw CommandError(path + ": " + muo.cError(code));
-    muo.cClose();
-}
-
 PatchSession::PatchSession(const ParsedArgs& args)
     : path_(args.Required("--patch")), out_(args.Optional("--out").value_or("")) {
-    const bool exists = FileExists(path_);
-    if (exists) CheckMUOReadable(path_);  // before a scratch file exists
+    // Before a scratch file exists.
+    if (FileExists(path_))
+        if (const Result readable = CheckPatchFile(path_); !readable) throw CommandError(readable.Text());
     PatchNew();
     Remember(scratchName, DataFileName);
-    if (exists) {
-        Wait_Start("Loading MUO. Please wait.");
-        LoadMUO(path_, 0, 255, 0, 400000);
-        Wait_Stop();
-    }
-    if (FailureLogged()) {
+    if (!LoadPatchFile(path_) || failures_.Failed()) {
         PatchDispose();
         scratchName[0] = '\0';
         throw CommandError("the patch " + path_ + " could not be opened whole; nothing was done");
@@ -81,15 +68,13 @@ PatchSession::~PatchSession() {
 }
 
 int PatchSession::Finish() {
-    if (FailureLogged()) return 1;
+    if (failures_.Failed()) return 1;
     if (!changed_) return 0;
     const std::string target = out_.empty() ? path_ : out_;
     Remember(saveTempName, TempNameBeside(target));
-    Wait_Start("Saving MUO. Please wait.");
-    const bool saved = SaveMUO(target);
-    Wait_Stop();
+    const Result saved = SavePatch(target);
     saveTempName[0] = '\0';
-    return saved && !FailureLogged() ? 0 : 1;
+    return StatusOf(saved);
 }
 
 }  // namespace quillet::cli

@@ -5,16 +5,16 @@
 // DataFile is disposed of when the session ends, on every path out.
 #include <string>
 
+#include "base/cError.h"
 #include "cli/Args.h"
 
 namespace quillet::cli {
 
 class PatchSession {
 public:
-    // Reads --patch (required) and --out (optional), and opens the patch:
-    // PatchNew, then LoadMUO over all FileIDs and blocks if the file exists.
-    // A file that exists but is no readable MUO file, or a load that logs a
-    // failure, is a CommandError: nothing is done and nothing is saved.
+    // Reads --patch (required) and --out (optional), and opens the patch as
+    // File, Open does. A file that exists but is no readable MUO file, or an
+    // open that fails, is a CommandError: nothing is done and nothing is saved.
     explicit PatchSession(const ParsedArgs& args);
     ~PatchSession();
     PatchSession(const PatchSession&) = delete;
@@ -22,19 +22,17 @@ public:
 
     const std::string& PatchPath() const { return path_; }
     void MarkChanged() { changed_ = true; }
-    // The exit status of the command: 1 if a failure was logged (then nothing
-    // is saved), else the save's outcome if the patch changed, else 0.
+    // The exit status of the command: 1 if a failure was logged while the
+    // patch was open (then nothing is saved), else the save's outcome if the
+    // patch changed, else 0.
     int Finish();
 
 private:
+    FailureWatch failures_;  // first, so that it sees the whole session
     std::string path_;
     std::string out_;
     bool changed_ = false;
 };
-
-// Throws a CommandError with the file's name and the reason when the file
-// cannot be opened as a MUO file (missing, unreadable, unsupported version).
-void CheckMUOReadable(const std::string& path);
 
 // The scratch file and a half-written save are removed when the process is
 // ended by a signal (Ctrl-C, a closed pipe); installed once at start.

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/cError.h"
 #include "cli/Commands.h"
 #include "cli/FrontEnd.h"
 #include "cli/Session.h"
@@ -42,8 +43,11 @@ int RunCommand(const CommandSpec& entry, const std::vector<std::string>& args) {
         }
         const ParsedArgs parsed = ParseOptions(args, entry.options);
         CommandContext context{entry, parsed};
+        // A failure that the library logs fails the command, whatever its
+        // own answer was.
+        const FailureWatch failures;
         const int status = entry.run(context);
-        return FailureLogged() && status == kSuccess ? kFailed : status;
+        return failures.Failed() && status == kSuccess ? kFailed : status;
     } catch (const UsageError& e) {
         return UsageFailure(prefix, e.what(), UsageLines(entry));
     } catch (const CommandError& e) {

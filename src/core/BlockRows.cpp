@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "core/mWait.h"
+
 namespace quillet {
 
 std::string HexText(uint64_t value) {
@@ -41,8 +43,12 @@ std::vector<int32_t> ListedBlocks(int FileID) {
     std::vector<int32_t> blocks;
     if (FileID < 0 || FileID >= kFileIDs) return blocks;
     const auto& slots = PatchBlocks[static_cast<size_t>(FileID)].Blocks;
-    for (size_t block = 0; block < slots.size(); ++block)
-        if (slots[block].Offset != -1) blocks.push_back(static_cast<int32_t>(block));
+    CountingPoint progress(FileTypes[static_cast<size_t>(FileID)].NbrOfBlocks);
+    for (size_t block = 0; block < slots.size(); ++block) {
+        if (slots[block].Offset == -1) continue;
+        blocks.push_back(static_cast<int32_t>(block));
+        progress.Tick(static_cast<int64_t>(block));
+    }
     return blocks;
 }
 

@@ -117,29 +117,34 @@ int32_t Datafile_Write(DatafileHandle& handle, const uint8_t* data, size_t size)
     return static_cast<int32_t>(start + 1);
 }
 
-void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArray& bytes) {
+void Datafile_ReadThrough(DatafileHandle& handle, ReadWindow& window, int32_t Offset, int32_t Size, uint8_t* out) {
     if (Offset < 1 || Size < 1) Fail(kSubscript);
     // After a failed write some stored blocks lost their bytes: reading any
     // of them as zeros would save damaged blocks as if they were whole.
     if (handle.broken) Fail("The patch's scratch file lost blocks when a write failed: its blocks cannot be read back.");
     const int64_t begin = int64_t{Offset} - 1;
     const int64_t end = begin + Size;
-    bytes.resize(static_cast<size_t>(Size));
     // The part that is on disk, then the part still in the buffer.
     if (begin < handle.flushed) {
         const int64_t fromDisk = std::min(end, handle.flushed) - begin;
         const auto wanted = static_cast<size_t>(fromDisk);
-        if (handle.window.Read(handle.file, begin, bytes.data(), wanted) != wanted)
+        if (window.Read(handle.file, begin, out, wanted) != wanted)
             Fail("The patch's scratch file is shorter than its blocks: was it cut or deleted?");
     }
     if (end > handle.flushed) {
         const int64_t from = std::max(begin, handle.flushed);
         const int64_t available = std::max<int64_t>(0, std::min(end, handle.Size()) - from);
-        uint8_t* out = bytes.data() + (from - begin);
+        uint8_t* tail = out + (from - begin);
         if (available > 0)
-            std::memcpy(out, handle.pending.data() + (from - handle.flushed), static_cast<size_t>(available));
-        std::memset(out + available, 0, static_cast<size_t>(end - from - available));
+            std::memcpy(tail, handle.pending.data() + (from - handle.flushed), static_cast<size_t>(available));
+        std::memset(tail + available, 0, static_cast<size_t>(end - from - available));
     }
+}
+
+void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArray& bytes) {
+    if (Offset < 1 || Size < 1) Fail(kSubscript);
+    bytes.resize(static_cast<size_t>(Size));
+    Datafile_ReadThrough(handle, handle.window, Offset, Size, bytes.data());
 }
 
 }  // namespace quillet

@@ -48,7 +48,13 @@ inline int32_t Datafile_Write(DatafileHandle& handle, const ByteArray& bytes) {
     return Datafile_Write(handle, bytes.data(), bytes.size());
 }
 // Resizes ByteArray to Size and fills it from Offset. Offset and Size must be 1 or more.
+// Fails (throws) when the file lost bytes to a failed write or is shorter
+// than the block: a block is never read back as zeros it did not have.
 void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArray& bytes);
+// The same into out (Size bytes), through a window of the caller's own, for a
+// walk that would only disturb the handle's window (the pages' scan of the
+// leading bytes of every block, in offset order).
+void Datafile_ReadThrough(DatafileHandle& handle, ReadWindow& window, int32_t Offset, int32_t Size, uint8_t* out);
 // Writes the buffer out (before the file is read by another process, say).
 bool Datafile_Flush(DatafileHandle& handle);
 

@@ -32,13 +32,17 @@ void DoEvents() {
 
 namespace {
 int64_t gMessagesShown = 0;
+std::string gLastMessage;
 }  // namespace
 
 void MsgBox(const std::string& text) {
     ++gMessagesShown;
+    gLastMessage = text;
     if (Hooks().message) Hooks().message(text);
 }
 
 int64_t MessagesShown() { return gMessagesShown; }
+
+const std::string& LastMessage() { return gLastMessage; }
 
 }  // namespace quillet

@@ -33,6 +33,8 @@ void MsgBox(const std::string& text);
 // How many messages MsgBox has shown in this run: a caller can tell whether
 // a procedure that failed has told the user already.
 int64_t MessagesShown();
+// The text of the last of them ("" before the first).
+const std::string& LastMessage();
 
 // The counting point of every long loop: every 20000 items it stores the
 // percentage done and lets events run.

@@ -1,30 +1,18 @@
 #include "BlockListModel.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/BlockRows.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "core/mWait.h"
 
 namespace quillet {
 
-void BlockListModel::Rebuild(int FileID) {
+void BlockListModel::Rebuild(int FileID, std::vector<int32_t> Blocks) {
     beginResetModel();
     fileId_ = FileID;
-    blocks_.clear();
-    const auto& blockSlots = PatchBlocks[static_cast<size_t>(FileID)].Blocks;
-    const int32_t last = FileTypes[static_cast<size_t>(FileID)].NbrOfBlocks;
-    int32_t counter = 0;
-    for (size_t block = 0; block < blockSlots.size(); ++block) {
-        if (blockSlots[block].Offset == -1) continue;
-        blocks_.push_back(static_cast<int32_t>(block));
-        if (++counter == CountingPoint::kEvery) {
-            counter = 0;
-            WaitPercent = last > 0 ? static_cast<int32_t>(static_cast<double>(block) / last * 100) : 0;
-            DoEvents();
-        }
-    }
+    blocks_ = std::move(Blocks);
     endResetModel();
 }
 

@@ -13,9 +13,8 @@ class BlockListModel : public QAbstractTableModel {
 public:
     using QAbstractTableModel::QAbstractTableModel;
 
-    // Relists the type's present blocks in rising order, with the counting
-    // point of a long loop every 20000 rows.
-    void Rebuild(int FileID);
+    // The rows of the type: its present blocks in rising order.
+    void Rebuild(int FileID, std::vector<int32_t> Blocks);
     // Drops the given rows (any order) in one pass.
     void RemoveRows(std::vector<int> rows);
 

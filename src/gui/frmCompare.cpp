@@ -9,11 +9,9 @@
 #include "FileDialogs.h"
 #include "cWindow.h"
 #include "mMenu.h"
+#include "actions/mImportJobs.h"
 #include "core/mMuls.h"
-#include "base/cError.h"
 #include "support/Services.h"
-#include "core/mWait.h"
-#include "operations/mImport.h"
 
 namespace quillet {
 
@@ -118,15 +116,8 @@ void frmCompare::cmdCompare_Click() {
     if (id < 0 || id >= kFileIDs) return;
 
     hide();
-    Wait_Start("Comparing MUL data. Please wait.");
-    try {
-        CompareMUL(Text(txtMUL1), Text(txtIDX1), Text(txtMUL2), Text(txtIDX2), static_cast<uint8_t>(id));
-    } catch (...) {
-        // CompareMUL handles its own failures; anything else still ends the
-        // wait and closes the dialog on what was stored so far.
-        gError.Log("frmImport.cmdCompare_Click");
-    }
-    Wait_Stop();
+    // The user sees the outcome in the tree's counts; a failure is in the log.
+    CompareFiles(static_cast<uint8_t>(id), Text(txtMUL1), Text(txtIDX1), Text(txtMUL2), Text(txtIDX2));
     MenuRefresh();
     done(QDialog::Accepted);
 }

@@ -6,10 +6,9 @@
 #include <QStatusBar>
 
 #include "cWindow.h"
-#include "base/cError.h"
-#include "support/Services.h"
+#include "actions/mExportJob.h"
 #include "core/mWait.h"
-#include "formats/mVerdata.h"
+#include "support/Services.h"
 
 namespace quillet {
 
@@ -54,16 +53,8 @@ void frmExport::cmdExport_Click() {
     // is told here. The dialog closes whatever the outcome, and as an export
     // does not change the patch, nothing is refreshed.
     hide();
-    Wait_Start("Exporting to verdata. Please wait.");
-    const int64_t toldBefore = MessagesShown();
-    bool exported = false;
-    try {
-        exported = ExportVerdata(gFileIO.exepath);
-    } catch (...) {
-        gError.Log("frmExport.cmdExport_Click");
-    }
-    Wait_Stop();
-    if (!exported && MessagesShown() == toldBefore)
+    const Result exported = ExportToVerdata(gFileIO.exepath);
+    if (!exported && !exported.WasShown())
         MsgBox("verdata.mul was not written; the file that was there is unchanged. The log tells why.");
     done(QDialog::Accepted);
 }

@@ -5,13 +5,14 @@
 #include <QPushButton>
 
 #include "FileDialogs.h"
-#include "QImagePixels.h"
 #include "cWindow.h"
 #include "mMenu.h"
+#include "actions/mImportJobs.h"
 #include "base/cError.h"
-#include "support/Services.h"
 #include "core/mWait.h"
-#include "operations/mGumps.h"
+#include "qtpictures/PictureFiles.h"
+#include "qtpictures/QImagePixels.h"
+#include "support/Services.h"
 #include "support/cConvert.h"
 
 namespace quillet {
@@ -59,9 +60,11 @@ void frmGump::cmdImport_Click() {
     const QString path = txtPicture->text();
     // A missing file ends the click without a word: the dialog stays.
     if (!gFileIO.FileExist(path.toStdString())) return;
-    // The reader goes by the file's content, not its name.
+    // The reader goes by the file's content, not its name, and takes what the
+    // CLI's gump command takes.
     QImage picture;
-    if (!picture.load(path)) {
+    std::string unreadable;
+    if (!ReadPicture(path.toStdString(), picture, unreadable)) {
         MsgBox("The file " + path.toStdString() +
                " could not be read as a picture. A gump is made from a BMP, JPG or GIF file.");
         return;
@@ -79,16 +82,8 @@ void frmGump::cmdImport_Click() {
         return;
     }
 
-    Wait_Start("Converting picture to gump. Please wait.");
-    try {
-        const QImagePixels pixels(picGump);
-        Gump_LoadBMP(pixels, block);
-    } catch (...) {
-        // Gump_LoadBMP handles its own failures; anything else still ends
-        // the wait and closes the dialog.
-        gError.Log("frmGump.cmdImport_Click");
-    }
-    Wait_Stop();
+    // The user sees the outcome in the tree's counts; a failure is in the log.
+    ImportGump(QImagePixels(picGump), block);
     MenuRefresh();
     done(QDialog::Accepted);
 }

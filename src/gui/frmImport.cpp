@@ -9,21 +9,16 @@
 #include "FileDialogs.h"
 #include "cWindow.h"
 #include "mMenu.h"
-#include "core/mMuls.h"
+#include "actions/mImportJobs.h"
 #include "base/cError.h"
-#include "support/Services.h"
+#include "core/mMuls.h"
 #include "core/mWait.h"
-#include "formats/mPatchMUO.h"
-#include "formats/mPatchUOP.h"
-#include "formats/mVerdata.h"
-#include "operations/mImport.h"
+#include "support/Services.h"
 #include "support/cConvert.h"
 
 namespace quillet {
 
 namespace {
-
-constexpr int kTiledata = 30;
 
 std::string Text(const QLineEdit* edit) { return edit->text().toStdString(); }
 
@@ -161,16 +156,10 @@ void frmImport::cmdImport_Click() {
     const std::string mul = Text(txtMUL);
     // A file that is missing ends the click without a word: the dialog stays.
     if (!gFileIO.FileExist(mul)) return;
-    const char* waitText = "Importing MUL data. Please wait";
-    if (item == kUOP) {
-        waitText = "Importing UOP file. Please wait.";
-    } else if (item == kVerdata) {
-        waitText = "Importing Verdata. Please wait.";
-    } else if (item == kMUO) {
-        waitText = "Importing MUO file. Please wait.";
-    } else if (item != kTiledata) {
+    if (item < kUOP) {
         if (item < 0 || item >= kFileIDs) return;
-        if (FileTypes[static_cast<size_t>(item)].ConstantIndex == 0 && !gFileIO.FileExist(Text(txtIDX))) return;
+        const FileTypeRec& type = FileTypes[static_cast<size_t>(item)];
+        if (type.ConstantIndex == 0 && !gFileIO.FileExist(Text(txtIDX))) return;
     }
 
     // The limits are read before the dialog goes out of sight: a limit that
@@ -196,27 +185,17 @@ void frmImport::cmdImport_Click() {
         return;
     }
 
+    ImportRequest request;
+    request.Source = item;
+    request.File = mul;
+    request.Index = Text(txtIDX);
+    request.FromFileID = fromFileID;
+    request.ToFileID = toFileID;
+    request.FromBlock = fromBlock;
+    request.ToBlock = toBlock;
     hide();
-    Wait_Start(waitText);
-    try {
-        const std::string idx = Text(txtIDX);
-        if (item == kUOP) {
-            LoadUOP(mul, fromFileID, toFileID, fromBlock, toBlock);
-        } else if (item == kVerdata) {
-            LoadVerdata(mul, fromFileID, toFileID, fromBlock, toBlock);
-        } else if (item == kMUO) {
-            LoadMUO(mul, fromFileID, toFileID, fromBlock, toBlock);
-        } else if (item == kTiledata) {
-            LoadTiledata(mul, fromBlock, toBlock);
-        } else {
-            LoadMUL(mul, idx, static_cast<uint8_t>(item), fromBlock, toBlock);
-        }
-    } catch (...) {
-        // The loaders handle their own failures; anything else still ends
-        // the wait and closes the dialog on what was stored so far.
-        gError.Log("frmImport.cmdImport_Click");
-    }
-    Wait_Stop();
+    // The user sees the outcome in the tree's counts; a failure is in the log.
+    ImportFrom(request);
     MenuRefresh();
     done(QDialog::Accepted);
 }

@@ -4,6 +4,7 @@
 // itself: it shows what the selection needs, tests that the named files
 // exist, and hands the parsed limits to the right loader.
 #include "DialogForm.h"
+#include "actions/mImportJobs.h"
 
 class QComboBox;
 class QLabel;
@@ -17,9 +18,9 @@ class frmImport : public DialogForm {
     Q_OBJECT
 public:
     // Item data of cboMULType beside the FileIDs of the file types.
-    static constexpr int kUOP = 300;
-    static constexpr int kVerdata = 301;
-    static constexpr int kMUO = 302;
+    static constexpr int kUOP = kSourceUOP;
+    static constexpr int kVerdata = kSourceVerdata;
+    static constexpr int kMUO = kSourceMUO;
 
     explicit frmImport(QWidget* parent = nullptr);
     ~frmImport() override;

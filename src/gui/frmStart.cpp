@@ -37,7 +37,7 @@
 #include "support/Services.h"
 #include "actions/mStart.h"
 #include "core/mWait.h"
-#include "formats/mPatchMUO.h"
+#include "actions/mPatchJobs.h"
 
 namespace quillet {
 
@@ -362,11 +362,8 @@ void frmStart::mnuOpen_Click() {
     const QString path = OpenDialog(this, "MUO Patchfile (*.muo) |*.muo", "Open MUO Patch",
                                     QString::fromStdString(gFileIO.exepath));
     if (path.isEmpty() || !gFileIO.FileExist(path.toStdString())) return;
-    PatchDispose();
-    PatchNew();
-    Wait_Start("Loading MUO. Please wait.");
-    LoadMUO(path.toStdString(), 0, 255, 0, 400000);
-    Wait_Stop();
+    // The user sees the outcome in the tree's counts; a failure is in the log.
+    OpenPatch(path.toStdString());
     MenuRefresh();
     PatchFilename = path;
     SetCaption();
@@ -377,10 +374,7 @@ void frmStart::mnuSave_Click() {
         mnuSaveAs_Click();
         return;
     }
-    Wait_Start("Saving MUO. Please wait.");
-    const bool saved = SaveMUO(PatchFilename.toStdString());
-    Wait_Stop();
-    if (!saved) MsgBox("The patch could not be saved to " + PatchFilename.toStdString() +
+    if (!SavePatch(PatchFilename.toStdString())) MsgBox("The patch could not be saved to " + PatchFilename.toStdString() +
                        ". The file that was there is unchanged; the log tells why.");
 }
 
@@ -388,12 +382,9 @@ void frmStart::mnuSaveAs_Click() {
     const QString path = SaveDialog(this, "MUO Patchfile (*.muo) |*.muo", "Save MUO Patch",
                                     QString::fromStdString(gFileIO.exepath), 0);
     if (path.isEmpty()) return;
-    Wait_Start("Saving MUO. Please wait.");
-    const bool saved = SaveMUO(path.toStdString());
-    Wait_Stop();
     // The patch takes the name even if the save failed: a second Save then
     // tries the same place again, as the user expects of the caption.
-    if (!saved) MsgBox("The patch could not be saved to " + path.toStdString() + ". The log tells why.");
+    if (!SavePatch(path.toStdString())) MsgBox("The patch could not be saved to " + path.toStdString() + ". The log tells why.");
     PatchFilename = path;
     SetCaption();
 }

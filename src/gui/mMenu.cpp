@@ -9,6 +9,7 @@
 #include <QTreeWidget>
 
 #include <algorithm>
+#include <utility>
 
 #include "BlockListModel.h"
 #include "Icons.h"
@@ -20,9 +21,7 @@
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "base/cError.h"
-#include "core/mWait.h"
-#include "viewers/mMap.h"
-#include "viewers/mStatics.h"
+#include "actions/mPageJobs.h"
 
 namespace quillet {
 
@@ -75,25 +74,20 @@ void MenuRefresh() {
         const QSignalBlocker quiet(form.twMenu);  // rebuilding the tree is no click
         MenuUpdate(form.twMenu);
     }
-    Wait_Start("Drawing map. Please wait.");
-    DrawMap(*form.pageMap);
-    Wait_Stop();
-    Wait_Start("Drawing statics. Please wait.");
-    DrawStatics(*form.pageStatics);
-    Wait_Stop();
+    // A page that could not be drawn keeps its last picture; the log tells why.
+    DrawPage(*form.pageMap, 0);
+    DrawPage(*form.pageStatics, 2);
     for (int id = 3; id < kFileIDs; ++id) {
         if (FileTypes[static_cast<size_t>(id)].Name.empty()) continue;
         QTableView* list = ListOf(id);
         if (!list) continue;
-        Wait_Start("Listing " + FileTypes[static_cast<size_t>(id)].Name + ". Please wait.");
-        ListView_Update(list, static_cast<uint8_t>(id));
-        Wait_Stop();
+        ListView_Update(list, static_cast<uint8_t>(id), ListBlocks(id));
     }
 }
 
-void ListView_Update(QTableView* list, uint8_t FileID) {
+void ListView_Update(QTableView* list, uint8_t FileID, std::vector<int32_t> Blocks) {
     try {
-        ModelOf(list)->Rebuild(FileID);
+        ModelOf(list)->Rebuild(FileID, std::move(Blocks));
         QHeaderView* header = list->horizontalHeader();
         header->setMinimumSectionSize(0);
         list->setColumnHidden(0, true);
@@ -163,10 +157,7 @@ void PopupMenu_Run(const QString& command) {
             if (id == 0 || id == 2) {
                 uScrollPicture* page = id == 0 ? frmStart::Instance().pageMap : frmStart::Instance().pageStatics;
                 int32_t x1 = page->X1, y1 = page->Y1, x2 = page->X2, y2 = page->Y2;
-                if (id == 0)
-                    Map_ClearBlocks(x1, y1, x2, y2);
-                else
-                    Statics_ClearBlocks(x1, y1, x2, y2);
+                ClearPageBlocks(id, x1, y1, x2, y2);
                 MenuRefresh();
             } else if (QTableView* list = ListOf(id)) {
                 ListView_Delete(list, static_cast<uint8_t>(id));
@@ -222,7 +213,7 @@ void ListView_Import(QTableView* list, uint8_t FileID) {
     } catch (...) {
         gError.Log("mMenu.ListView_Import");
     }
-    ListView_Update(list, FileID);
+    ListView_Update(list, FileID, ListedBlocks(FileID));
 }
 
 }  // namespace quillet

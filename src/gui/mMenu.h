@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <vector>
 
 class QTableView;
 class QTreeWidget;
@@ -13,7 +14,8 @@ namespace quillet {
 void MenuUpdate(QTreeWidget* tree);
 void MenuRefresh();
 
-void ListView_Update(QTableView* list, uint8_t FileID);
+// Shows the blocks (present blocks of the type, rising) in the list.
+void ListView_Update(QTableView* list, uint8_t FileID, std::vector<int32_t> Blocks);
 void PopupMenu_Create(uint8_t FileID);
 void PopupMenu_Run(const QString& command);
 void ListView_Delete(QTableView* list, uint8_t FileID);

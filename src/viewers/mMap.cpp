@@ -13,36 +13,6 @@
 namespace quillet {
 namespace {
 
-// Reads bytes of the DataFile by position as Datafile_Read does (the part on
-// disk, then the part still in the write buffer, zeros past the end), through
-// one window of the disk part, so that blocks taken in offset order cost one
-// system call per window and not one per block.
-class DatafileWindow {
-public:
-    explicit DatafileWindow(const DatafileHandle& handle) : handle_(handle) {}
-
-    uint8_t ByteAt(int64_t position) {
-        if (position < handle_.flushed) {
-            if (position < start_ || position >= start_ + fill_) {
-                buffer_.resize(kWindow);
-                start_ = position;
-                fill_ = std::min<int64_t>(kWindow, handle_.flushed - position);
-                handle_.file.ReadAt(position, buffer_.data(), static_cast<size_t>(fill_));  // zeros past the end
-            }
-            return buffer_[static_cast<size_t>(position - start_)];
-        }
-        if (position < handle_.Size()) return handle_.pending[static_cast<size_t>(position - handle_.flushed)];
-        return 0;
-    }
-
-private:
-    static constexpr int64_t kWindow = 256 * 1024;
-    const DatafileHandle& handle_;
-    ByteArray buffer_;
-    int64_t start_ = 0;
-    int64_t fill_ = 0;
-};
-
 std::string ArgumentsText(int32_t X1, int32_t Y1, int32_t X2, int32_t Y2) {
     return "(" + std::to_string(X1) + "," + std::to_string(Y1) + "," + std::to_string(X2) + "," + std::to_string(Y2) +
            ")";
@@ -72,11 +42,13 @@ std::vector<uint16_t> LeadingValues(int FileID, int64_t LastBlock, int32_t posit
     // blocks gathered from several sources need sorting.
     if (!std::is_sorted(wanted.begin(), wanted.end())) std::sort(wanted.begin(), wanted.end());
 
-    DatafileWindow window(DataFileHandle);
+    // One window over the blocks in offset order: a system call per window,
+    // not per block.
+    ReadWindow window(256 * 1024, ReadWindow::Walk::Forward);
     for (const auto& [at, block] : wanted) {
-        const uint8_t low = window.ByteAt(at);
-        const uint8_t high = window.ByteAt(at + 1);
-        values[static_cast<size_t>(block)] = static_cast<uint16_t>(low | high << 8);
+        uint8_t value[2];
+        Datafile_ReadThrough(DataFileHandle, window, static_cast<int32_t>(at + 1), 2, value);
+        values[static_cast<size_t>(block)] = LoadU16(value);
     }
     return values;
 }
@@ -105,7 +77,7 @@ void ClearGridBlocks(int FileID, const char* Proc, int32_t& X1, int32_t& Y1, int
     }
 }
 
-void DrawMap(PictureSurface& pageMap) {
+bool DrawMap(PictureSurface& pageMap) {
     try {
         pageMap.Cls();
         const Canvas canvas = pageMap.hDC();
@@ -123,8 +95,10 @@ void DrawMap(PictureSurface& pageMap) {
             counting.Tick(block);
         }
         pageMap.Refresh();
+        return true;
     } catch (...) {
         gError.Log("mMap.DrawMap");
+        return false;
     }
 }
 

@@ -18,8 +18,8 @@ inline constexpr int32_t kGridRows = 512;
 // Erases pageMap, sets one pixel for every map block with data in the colour
 // RadarColors(tile number at bytes 4-5), and shows the picture. A block with
 // fewer than 6 bytes stops the drawing (logged as "mMap.DrawMap"); the picture
-// is then not shown.
-void DrawMap(PictureSurface& pageMap);
+// is then not shown. Answers whether it was shown.
+bool DrawMap(PictureSurface& pageMap);
 
 // Removes every map block of the rectangle from the patch: the corners are
 // put in order, clamped to the grid, and then Count of FileID 0 is recounted.
@@ -38,9 +38,10 @@ GridPoint GridPosition(int64_t Block);
 
 // The unsigned 16-bit value at byte `position` of every block 0..LastBlock of
 // FileID that has data (Offset 1 or more) and at least position + 2 bytes, as
-// a read of the whole block would give it (zeros past the end of the
-// DataFile); 0 for every other block. The DataFile is read in offset order
-// through one window, whatever order the blocks lie in, and is not changed.
+// a read of the whole block would give it; 0 for every other block. The
+// DataFile is read in offset order through one window, whatever order the
+// blocks lie in, and is not changed. A DataFile that lost bytes or is
+// shorter than its blocks is a failure (thrown), as for Datafile_Read.
 std::vector<uint16_t> LeadingValues(int FileID, int64_t LastBlock, int32_t position);
 
 // Map_ClearBlocks on any FileID; Proc is the logged name, to which the four

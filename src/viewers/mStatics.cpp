@@ -11,7 +11,7 @@
 
 namespace quillet {
 
-void DrawStatics(PictureSurface& pageStatics) {
+bool DrawStatics(PictureSurface& pageStatics) {
     try {
         pageStatics.Cls();
         const Canvas canvas = pageStatics.hDC();
@@ -37,8 +37,10 @@ void DrawStatics(PictureSurface& pageStatics) {
             counting.Tick(block);
         }
         pageStatics.Refresh();
+        return true;
     } catch (...) {
         gError.Log("mStatics.DrawStatics");
+        return false;
     }
 }
 

@@ -12,8 +12,8 @@ namespace quillet {
 // colour, RadarColors(item number + 16384), or black for an empty block) and
 // shows the picture. A block with fewer than 2 bytes, or an item number of
 // 49152 or more, stops the drawing (logged as "mStatics.DrawStatics"); the
-// picture is then not shown.
-void DrawStatics(PictureSurface& pageStatics);
+// picture is then not shown. Answers whether it was shown.
+bool DrawStatics(PictureSurface& pageStatics);
 
 // Map_ClearBlocks on FileID 2.
 void Statics_ClearBlocks(int32_t& X1, int32_t& Y1, int32_t& X2, int32_t& Y2);

@@ -1,14 +1,14 @@
 #pragma once
-// The CLI's picture page: a 768 by 512 picture in plain memory that the
-// drawing procedures draw into as they draw into the GUI's uScrollPicture,
-// and that is written out as a PNG file.
+// A picture page in plain memory: 768 by 512 pixels that the drawing
+// procedures draw into as they draw into the GUI's uScrollPicture; the CLI
+// writes it out as a PNG file.
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "viewers/Canvas.h"
 
-namespace quillet::cli {
+namespace quillet {
 
 class PixelPicture : public PictureSurface {
 public:
@@ -37,8 +37,4 @@ private:
     bool shown_ = false;
 };
 
-// Writes the shown picture as a PNG file, by way of a temporary file beside
-// it; answers false with the reason in error.
-bool WritePng(const PixelPicture& picture, const std::string& path, std::string& error);
-
-}  // namespace quillet::cli
+}  // namespace quillet

@@ -1,0 +1,40 @@
+#include "actions/mPatchJobs.h"
+
+#include "actions/RunJob.h"
+#include "actions/mStart.h"
+#include "base/cError.h"
+#include "core/mPatch.h"
+#include "formats/cMUO.h"
+#include "formats/mPatchMUO.h"
+#include "support/Services.h"
+
+namespace quillet {
+
+Result OpenPatch(const std::string& PatchFilename) {
+    FailureWatch watch;
+    PatchDispose();
+    PatchNew();
+    const Result loaded = LoadPatchFile(PatchFilename);
+    if (watch.Failed()) return Result::Logged(watch.First());
+    return loaded;
+}
+
+Result LoadPatchFile(const std::string& PatchFilename) {
+    if (!gFileIO.FileExist(PatchFilename)) return Result::Success();
+    return RunJob("Loading MUO. Please wait.", "mPatchJobs.LoadPatchFile",
+                  [&] { return LoadMUO(PatchFilename, 0, 255, 0, 400000); });
+}
+
+Result SavePatch(const std::string& PatchFilename) {
+    return RunJob("Saving MUO. Please wait.", "mPatchJobs.SavePatch", [&] { return SaveMUO(PatchFilename); });
+}
+
+Result CheckPatchFile(const std::string& PatchFilename) {
+    cMUO muo;
+    const int32_t code = muo.cOpen(PatchFilename);
+    if (code != 0) return Result::Failed(PatchFilename + ": " + muo.cError(code));
+    muo.cClose();
+    return Result::Success();
+}
+
+}  // namespace quillet

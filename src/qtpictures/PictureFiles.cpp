@@ -1,0 +1,53 @@
+#include "qtpictures/PictureFiles.h"
+
+#include <unistd.h>
+
+#include <QByteArray>
+#include <QImageReader>
+#include <QString>
+
+#include "base/SafeSave.h"
+#include "viewers/PixelPicture.h"
+
+namespace quillet {
+
+bool ReadPicture(const std::string& path, QImage& image, std::string& error) {
+    QImageReader reader(QString::fromLocal8Bit(path.c_str()));
+    reader.setDecideFormatFromContent(true);
+    const QByteArray format = reader.format();
+    if (format != "bmp" && format != "jpeg" && format != "gif") {
+        error = "not a BMP, JPG or GIF picture";
+        if (!format.isEmpty()) error += " (it is " + format.toUpper().toStdString() + ")";
+        return false;
+    }
+    image = reader.read();
+    if (image.isNull()) {
+        error = "the " + format.toUpper().toStdString() + " picture cannot be read: " +
+                reader.errorString().toStdString();
+        return false;
+    }
+    return true;
+}
+
+bool WritePng(const PixelPicture& picture, const std::string& path, std::string& error) {
+    const std::vector<uint32_t>& pixels = picture.ShownPixels();
+    if (pixels.size() != static_cast<size_t>(PixelPicture::kWidth) * PixelPicture::kHeight) {
+        error = "the picture has not been drawn";
+        return false;
+    }
+    const std::string temp = TempNameBeside(path);
+    const QImage image(reinterpret_cast<const uchar*>(pixels.data()), PixelPicture::kWidth, PixelPicture::kHeight,
+                       PixelPicture::kWidth * 4, QImage::Format_RGB32);
+    if (!image.save(QString::fromLocal8Bit(temp.c_str()), "PNG")) {
+        ::unlink(temp.c_str());
+        error = "cannot write " + temp;
+        return false;
+    }
+    if (!CommitReplace(temp, path)) {
+        error = "cannot put the picture in place as " + path;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace quillet
