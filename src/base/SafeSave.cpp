@@ -7,13 +7,9 @@
 #include <cerrno>
 #include <cstdio>
 
-namespace quillet {
+#include "base/FilePaths.h"
 
-std::string DirectoryOf(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos) return {};
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
+namespace quillet {
 
 std::string TempNameBeside(const std::string& target) {
     const size_t slash = target.find_last_of('/');
@@ -54,12 +50,7 @@ bool Commit(const std::string& tempName, const std::string& target, const FileId
         errno = error;
         return false;
     }
-    const std::string dir = DirectoryOf(target);
-    const int dirFd = ::open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dirFd >= 0) {
-        ::fsync(dirFd);  // the rename itself reaches the disk
-        ::close(dirFd);
-    }
+    SyncDirectory(DirectoryOf(target));  // the rename itself reaches the disk
     return true;
 }
 

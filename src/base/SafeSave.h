@@ -29,7 +29,5 @@ bool CommitReplace(const std::string& tempName, const std::string& target);
 // is put in place. If tempName now names another file, nothing is renamed
 // or removed and the answer is false.
 bool CommitReplace(const std::string& tempName, const std::string& target, const FileIdentity& written);
-// Directory part of a path ("" for a bare name), without closing '/'.
-std::string DirectoryOf(const std::string& path);
 
 }  // namespace quillet

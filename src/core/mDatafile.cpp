@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -39,9 +38,11 @@ bool IsStale(int dirFd, const char* name) {
     if (fd < 0) return false;
     struct stat st {};
     char mark[1];
+    FileLock test;  // only whether it can be taken counts
     const bool stale = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::getuid() &&
-                       ::fgetxattr(fd, kMarkName, mark, 0) >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) == 0;
-    ::close(fd);  // drops the lock taken for the test
+                       ::fgetxattr(fd, kMarkName, mark, 0) >= 0 && test.TryLock(fd);
+    test.Release();  // before the descriptor it lives on is closed
+    ::close(fd);
     return stale;
 }
 
@@ -73,7 +74,7 @@ bool Datafile_Create(DatafileHandle& handle, const std::string& FileName) {
     }
     // Both are best effort: without them the file is only never taken for a leftover.
     const int fd = handle.file.Descriptor();
-    ::flock(fd, LOCK_EX | LOCK_NB);
+    handle.lock.TryLock(fd);
     ::fsetxattr(fd, kMarkName, "", 0, 0);
     handle.pending.reserve(kBufferSize);
     return true;
@@ -91,6 +92,7 @@ bool Datafile_Flush(DatafileHandle& handle) {
 void Datafile_Close(DatafileHandle& handle) {
     if (!handle.IsOpen()) return;
     Datafile_Flush(handle);
+    handle.lock.Release();
     handle.file.Close();
     handle.pending.clear();
     handle.pending.shrink_to_fit();

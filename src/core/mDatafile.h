@@ -8,6 +8,7 @@
 
 #include "base/BinaryFile.h"
 #include "base/ByteIO.h"
+#include "base/FileLock.h"
 
 namespace quillet {
 
@@ -18,6 +19,7 @@ public:
     int64_t Size() const { return flushed + static_cast<int64_t>(pending.size()); }
 
     BinaryFile file;
+    FileLock lock;  // on file's descriptor while it is open; declared after file, so released before it closes
     ByteArray pending;
     ReadWindow window{1 << 16};  // blocks are mostly read back in the order they were stored
     int64_t flushed = 0;

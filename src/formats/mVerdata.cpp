@@ -14,6 +14,7 @@
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
 #include "formats/cVerdata.h"
+#include "base/FilePaths.h"
 #include "base/SafeSave.h"
 
 namespace quillet {
@@ -21,46 +22,6 @@ namespace {
 
 // The highest FileID that an export writes.
 constexpr int kLastExportedFileID = 250;
-
-std::string WithSlash(const std::string& directory) {
-    if (directory.empty() || directory.back() == '/') return directory;
-    return directory + "/";
-}
-
-// Any directory entry of that name, also a dangling link: a name that a
-// rename without overwrite cannot take.
-bool NameTaken(const std::string& name) {
-    struct stat st {};
-    return ::lstat(name.c_str(), &st) == 0;
-}
-
-std::string ErrnoText(int error) { return std::strerror(error); }
-
-// Renames without ever replacing what stands under the new name. Where the
-// file system cannot refuse by itself, a hard link can; where it has no hard
-// links either, the name is tested first (one user, one program).
-bool RenameNoReplace(const std::string& from, const std::string& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-    if (errno != EINVAL && errno != ENOSYS && errno != ENOTSUP) return false;
-    if (::link(from.c_str(), to.c_str()) == 0) {
-        ::unlink(from.c_str());
-        return true;
-    }
-    if (errno == EEXIST) return false;
-    if (NameTaken(to)) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::rename(from.c_str(), to.c_str()) == 0;
-}
-
-// The renames reach the disk, not only the files' contents.
-void SyncDirectory(const std::string& directory) {
-    const int fd = ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return;
-    ::fsync(fd);
-    ::close(fd);
-}
 
 // The swap after verdata.tmp is complete and on the disk.
 //
@@ -86,11 +47,11 @@ void SwapInNewVerdata(const std::string& dir, const FileIdentity& written) {
         for (int32_t n = 1;; n = AddLong(n, 1)) {
             const std::string numbered = dir + "verdata." + std::to_string(n) + ".bak";
             if (NameTaken(numbered)) continue;
-            if (RenameNoReplace(bak, numbered)) {
+            const int error = RenameNoReplace(bak, numbered);
+            if (error == 0) {
                 olderBackup = numbered;
                 break;
             }
-            const int error = errno;
             if (error != EEXIST) Fail("Cannot keep the earlier " + bak + " as " + numbered + ": " + ErrnoText(error));
         }
     }
@@ -102,8 +63,8 @@ void SwapInNewVerdata(const std::string& dir, const FileIdentity& written) {
     if (!linked) {
         const int error = errno;
         const bool noHardLinks = error == EPERM || error == ENOTSUP || error == EXDEV || error == EMLINK;
-        if (!noHardLinks || !RenameNoReplace(mul, bak)) {
-            const int failure = noHardLinks ? errno : error;
+        const int failure = noHardLinks ? RenameNoReplace(mul, bak) : error;
+        if (failure != 0) {
             restoreOlderBackup();
             Fail("Cannot keep " + mul + " as " + bak + ": " + ErrnoText(failure));
         }

@@ -67,6 +67,10 @@ public:
     std::string UnixPath(const std::string& windowsPath) const;
 
 private:
+    // The key, or its Wow6432Node twin, is in the root's file: all that a
+    // create of an existing key does, and what CreateKey answers.
+    bool KeyExists(const std::string& lpSubKey, int32_t Key) const;
+
     std::string prefix_;
 };
 
