@@ -53,7 +53,7 @@ TEST_F(BlockCommandsTest, DeleteFailureKeepsWhatWasDoneAndLogs) {
     EXPECT_EQ(DeleteBlocks(kArt, {-1, 26}), 1);
     EXPECT_EQ(Slot(kArt, 26).Offset, -1);
     EXPECT_EQ(PatchBlocks[kArt].Count, 3);
-    EXPECT_TRUE(Logged("mMenu.ListView_Delete"));
+    EXPECT_EQ(LoggedProcs(), std::vector<std::string>{"mMenu.ListView_Delete"});
 
     // 65537 is beyond Art and comes first: nothing is removed.
     EXPECT_EQ(DeleteBlocks(kArt, {1, 65537}), 0);
@@ -77,7 +77,7 @@ TEST_F(BlockCommandsTest, ExportWritesExactlyTheBlockOverAnyOldFile) {
     EXPECT_TRUE(LogLines().empty());
 
     EXPECT_FALSE(ExportBlockToFile(kArt, 70000, Path("x.dat")));  // beyond Art
-    EXPECT_TRUE(Logged("mMenu.ListView_Export"));
+    EXPECT_EQ(LoggedProcs(), std::vector<std::string>{"mMenu.ListView_Export"});
 }
 
 TEST_F(BlockCommandsTest, ExportThenImportGivesTheSameBytesUnderANewOffset) {
@@ -117,7 +117,7 @@ TEST_F(BlockCommandsTest, ImportFailureLeavesTheSlotAndLogs) {
     Datafile_Close(DataFileHandle);  // every write now fails
     EXPECT_EQ(ImportBlocks(kArt, {1}, datDir), 0);
     EXPECT_EQ(std::tuple(Slot(kArt, 1).Size, Slot(kArt, 1).Extra, Slot(kArt, 1).Offset), std::tuple(3, 7, 1));
-    EXPECT_TRUE(Logged("mMenu.ListView_Import"));
+    EXPECT_EQ(LoggedProcs(), std::vector<std::string>{"mMenu.ListView_Import"});
     EXPECT_FALSE(messages.empty());  // the DataFile tells the user once
 }
 

@@ -257,49 +257,42 @@ TEST_F(DiskFaultTest, ScratchFileOnAFullDiskIsToldOnceAndLosesNoBlockSilently) {
 
 // ---- a folder that cannot be written ----
 
-TEST_F(DiskFaultTest, SaveMUOInAReadOnlyFolderKeepsTheOldFile) {
+TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
     MountSmallDisk(1 << 20);
-    const std::string target = disk + "/patch.muo";
+    StoreBlock(4, 2, 1, 0, ByteArray{1});
+    const std::string target = disk + "/patch.muo", verdata = disk + "/verdata.mul";
+    const std::set<std::string> files{"patch.muo", "verdata.mul"};
     test::WriteFile(target, OldMuo());
-    StoreBlock(4, 2, 1, 0, ByteArray{1});
-
-    const int got = WithoutWriteAccess([&] { return Bits({!SaveMUO(target)}); });
-    if (got == -2) GTEST_SKIP() << "neither a read-only mount nor an unprivileged user is available";
-    ExpectBits(got, {"SaveMUO answers false"});
-    EXPECT_EQ(test::ReadFile(target), OldMuo());
-    EXPECT_FALSE(Exists(TempNameBeside(target)));
-    // The unprivileged child cannot write the test's log; its line went to stderr.
-    if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
-}
-
-TEST_F(DiskFaultTest, ExportWithoutWriteAccessTellsTheUserAndChangesNothing) {
-    MountSmallDisk(1 << 20);
-    StoreBlock(4, 2, 1, 0, ByteArray{1});
-    const std::string verdata = disk + "/verdata.mul";
-    auto exportTelling = [&](const char* message) {
-        return [&, message] {
-            const bool exported = ExportVerdata(disk);
-            return Bits({!exported, messages == std::vector<std::string>{message}});
-        };
-    };
-    const std::initializer_list<const char*> bits{"ExportVerdata answers false", "the user is told why"};
+    test::WriteFile(verdata, OldVerdata());
 
     // A read-only verdata.mul in a folder that could be written.
-    test::WriteFile(verdata, OldVerdata());
     ::chmod(verdata.c_str(), 0444);
     ::chmod(disk.c_str(), 0777);
-    const int got = Unprivileged(exportTelling(kCannotOpen));
-    if (got == -2) GTEST_SKIP() << "no unprivileged user is available";
-    ExpectBits(got, bits);
-    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
+    const int got = Unprivileged([&] {
+        const bool exported = ExportVerdata(disk);
+        return Bits({!exported, messages == std::vector<std::string>{kCannotOpen}});
+    });
+    const bool noUser = got == -2;
+    if (!noUser) ExpectBits(got, {"ExportVerdata answers false", "the user is told it cannot be opened"});
+    EXPECT_EQ(hostile::FilesUnder(disk), files);
 
-    // A writable verdata.mul in a folder that cannot be written (on a
-    // read-only mount verdata.mul itself cannot be opened for writing).
+    // Writable files in a folder that cannot be written (on a read-only
+    // mount verdata.mul itself cannot be opened for writing).
     ::chmod(verdata.c_str(), 0666);
     messages.clear();
-    ExpectBits(WithoutWriteAccess(exportTelling(mounted_ ? kCannotOpen : kCannotCreate)), bits);
+    ::unlink(Path("test.log").c_str());
+    const char* told = mounted_ ? kCannotOpen : kCannotCreate;
+    ExpectBits(WithoutWriteAccess([&] {
+                   const bool saved = SaveMUO(target), exported = ExportVerdata(disk);
+                   return Bits({!saved, !exported, messages == std::vector<std::string>{told}});
+               }),
+               {"SaveMUO answers false", "ExportVerdata answers false", "the user is told why the export failed"});
+    EXPECT_EQ(test::ReadFile(target), OldMuo());
     EXPECT_EQ(test::ReadFile(verdata), OldVerdata());
-    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
+    EXPECT_EQ(hostile::FilesUnder(disk), files);
+    // The unprivileged child cannot write the test's log; its line went to stderr.
+    if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
+    if (noUser) GTEST_SKIP() << "no unprivileged user: a read-only verdata.mul was not tried";
 }
 
 // ---- files that vanish or are replaced while the work runs ----

@@ -15,7 +15,7 @@
 namespace quillet {
 namespace {
 
-class RegistryFuzzRegressionTest : public testing::ScratchTest {
+class FuzzRegressionTest : public testing::ScratchTest {
 protected:
     void SetUp() override {
         ScratchTest::SetUp();
@@ -28,7 +28,7 @@ protected:
 // A key name in which an escape spells a backslash ("\x005c"): the section's
 // path then had one name more than its components, and listing the subkeys
 // of a key above it read past the end of the components.
-TEST_F(RegistryFuzzRegressionTest, EscapedBackslashInAKeyNamePartsTheNames) {
+TEST_F(FuzzRegressionTest, EscapedBackslashInAKeyNamePartsTheNames) {
     Write(prefix + "/system.reg",
           "WINE REGISTRY Version 2\n"
           "[Software\\\\Origin Worlds Online\\\\Ultima Online\\x005c1.0\\\\X] 1\n"
