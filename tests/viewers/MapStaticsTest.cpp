@@ -163,7 +163,8 @@ TEST_F(MapStaticsTest, DrawingStopsAtABlockTooShortOrAnItemBeyondTheTable) {
         EXPECT_EQ(statics.Drawn(), 2u);  // blocks 6 and 7 not reached: not even black
         EXPECT_EQ(statics.refreshes, 0);
     }
-    EXPECT_EQ(LoggedProcs(), (std::vector<std::string>{"mMap.DrawMap", "mStatics.DrawStatics", "mStatics.DrawStatics"}));
+    EXPECT_EQ(LoggedProcs(),
+              (std::vector<std::string>{"mMap.DrawMap", "mStatics.DrawStatics", "mStatics.DrawStatics"}));
 }
 
 TEST_F(MapStaticsTest, RadarColoursAreSignedEntriesAndAShortFileEndsInBlack) {
