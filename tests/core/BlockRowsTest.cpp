@@ -20,6 +20,7 @@ TEST(BlockRows, HexTextAndDatFileNames) {
     EXPECT_EQ(DatFileName(12, 500), "C_1F4.dat");
     EXPECT_EQ(DatFileName(32, 0), "20_0.dat");
     EXPECT_EQ(DatFileName(129, 65535), "81_FFFF.dat");
+    EXPECT_EQ(DatFileName(4, 65536), "4_10000.dat");  // Art's last block: more than 16 bits
 }
 
 TEST(BlockRows, RowColumnsFollowTheList) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/Bytes.h"
+#include "common/TestEnv.h"
 #include "base/Checked.h"
 #include "core/BlockRows.h"
 #include "core/mPatch.h"
