@@ -82,4 +82,13 @@ std::vector<std::string> PatchTest::LogLines() const {
 
 bool PatchTest::Logged(const std::string& proc) const { return !LinesOf(LogLines(), proc).empty(); }
 
+std::vector<std::string> PatchTest::LoggedProcs() const {
+    std::vector<std::string> procs;  // "YYYY-MM-DD HH:MM:SS Proc: description"
+    for (const std::string& line : LogLines()) {
+        const size_t end = line.find(": ", 20);
+        procs.push_back(line.size() > 20 && end != std::string::npos ? line.substr(20, end - 20) : "?" + line);
+    }
+    return procs;
+}
+
 }  // namespace quillet::test

@@ -20,6 +20,8 @@ protected:
     std::vector<std::string> LogLines() const;
     // Whether a log line names the procedure.
     bool Logged(const std::string& proc) const;
+    // The procedure each log line names, in the order they were written.
+    std::vector<std::string> LoggedProcs() const;
 
     std::string dir;
     std::vector<std::string> messages;

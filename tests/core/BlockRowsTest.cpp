@@ -10,13 +10,17 @@
 namespace quillet {
 namespace {
 
-TEST(BlockRows, HexTextIsUpperCaseWithoutPaddingOrPrefix) {
+// Upper case, without padding or prefix, 64 bits wide; the file names of
+// exported blocks are FileID and block so written.
+TEST(BlockRows, HexTextAndDatFileNames) {
     EXPECT_EQ(HexText(0), "0");
     EXPECT_EQ(HexText(10), "A");
-    EXPECT_EQ(HexText(26), "1A");
-    EXPECT_EQ(HexText(65536), "10000");
     EXPECT_EQ(HexText(0xFFFFFFFFu), "FFFFFFFF");
     EXPECT_EQ(HexText(0xABCDEF0123456789ull), "ABCDEF0123456789");
+    EXPECT_EQ(DatFileName(12, 500), "C_1F4.dat");
+    EXPECT_EQ(DatFileName(32, 0), "20_0.dat");
+    EXPECT_EQ(DatFileName(129, 65535), "81_FFFF.dat");
+    EXPECT_EQ(DatFileName(4, 65536), "4_10000.dat");  // Art's last block: more than 16 bits
 }
 
 TEST(BlockRows, RowColumnsFollowTheList) {
@@ -54,17 +58,9 @@ TEST(BlockRows, KeyGivesTheBlockBackOrMinusOne) {
     EXPECT_EQ(BlockFromRowKey("A99999999999"), -1);
 }
 
-TEST(BlockRows, DatFileNames) {
-    EXPECT_EQ(DatFileName(12, 500), "C_1F4.dat");
-    EXPECT_EQ(DatFileName(32, 0), "20_0.dat");
-    EXPECT_EQ(DatFileName(4, 26), "4_1A.dat");
-    EXPECT_EQ(DatFileName(4, 65536), "4_10000.dat");
-    EXPECT_EQ(DatFileName(129, 65535), "81_FFFF.dat");
-}
+using BlockRowsTest = test::PatchTest;
 
-using ListedBlocksTest = test::PatchTest;
-
-TEST_F(ListedBlocksTest, PresentBlocksInRisingOrderUpToTheLastSlot) {
+TEST_F(BlockRowsTest, ListedBlocksArePresentInRisingOrderUpToTheLastSlot) {
     const ByteArray bytes{1, 2, 3};
     StoreBlock(4, 65536, 3, 0, bytes);  // Art's highest block
     StoreBlock(4, 26, 3, 0, bytes);

@@ -44,9 +44,16 @@ int Bits(std::initializer_list<bool> conditions) {
     return bits;
 }
 void ExpectBits(int got, std::initializer_list<const char*> names) {
-    ASSERT_GE(got, 0) << "the child process did not end normally";
+    ASSERT_GE(got, 0) << "the child process could not be made ready or did not end normally";
     int bit = 0;
     for (const char* name : names) EXPECT_TRUE(got & (1 << bit++)) << name;
+}
+
+const ByteArray kForeign{0xF0, 0x0F};
+
+void Replace(const std::string& path, const ByteArray& bytes) {
+    test::WriteFile(path + ".new", bytes);
+    std::rename((path + ".new").c_str(), path.c_str());
 }
 
 class DiskFaultTest : public test::PatchTest {
@@ -71,42 +78,41 @@ protected:
         return mounted_;
     }
 
+    // Runs body in a child process once setup has worked there. Answers
+    // body's number, -2 if the child could not be made ready, -1 if it did
+    // not end normally.
+    static int InChild(const std::function<bool()>& setup, const std::function<int()>& body) {
+        std::fflush(nullptr);
+        const pid_t pid = ::fork();
+        if (pid < 0) return -2;
+        if (pid == 0) ::_exit(setup() ? body() & 0x7F : 0xFF);
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        if (!WIFEXITED(status)) return -1;
+        return WEXITSTATUS(status) == 0xFF ? -2 : WEXITSTATUS(status);
+    }
+
     // Runs body where files cannot grow: on the small tmpfs if there is one
     // (body runs here), else in a child process whose files may not pass
     // `bytes` (RLIMIT_FSIZE, with SIGXFSZ ignored so the write just fails).
-    // Answers body's number, or -1 if the child did not end normally.
     int OnFullDisk(size_t bytes, const std::function<int()>& body) const {
         if (mounted_) return body();
-        std::fflush(nullptr);
-        const pid_t pid = ::fork();
-        if (pid < 0) return -1;
-        if (pid == 0) {
-            rlimit limit{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
-            std::signal(SIGXFSZ, SIG_IGN);
-            ::_exit(::setrlimit(RLIMIT_FSIZE, &limit) == 0 ? body() & 0xFF : 255);
-        }
-        int status = 0;
-        ::waitpid(pid, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return InChild(
+            [bytes] {
+                const rlimit limit{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
+                std::signal(SIGXFSZ, SIG_IGN);
+                return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+            },
+            body);
     }
 
     // Runs body as a user that file permissions bind: here when this
     // process is not root, else in a child that has become the user nobody.
-    // Answers body's number, -1 if the child failed, -2 if nothing could be done.
     int Unprivileged(const std::function<int()>& body) {
         if (::geteuid() != 0) return body();
         ::chmod(dir.c_str(), 0711);
-        std::fflush(nullptr);
-        const pid_t pid = ::fork();
-        if (pid < 0) return -2;
-        if (pid == 0) {
-            const bool dropped = ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
-            ::_exit(dropped ? body() & 0xFF : 254);
-        }
-        int status = 0;
-        ::waitpid(pid, &status, 0);
-        if (WIFEXITED(status) && WEXITSTATUS(status) == 254) return -2;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return InChild([] { return ::setgroups(0, nullptr) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0; },
+                       body);
     }
 
     // Runs body where disk cannot be written: the tmpfs remounted read-only,
@@ -120,23 +126,34 @@ protected:
         return Unprivileged(body);
     }
 
-    // Acts once, at the first counting point of the next long operation.
-    void AtFirstCountingPoint(std::function<void()> act) {
-        WaitHooks hooks = CurrentWaitHooks();
-        hooks.doEvents = [act = std::move(act), done = false]() mutable {
-            if (!done) act();
-            done = true;
+    // Runs save with file deleted, or replaced by another, at its first
+    // counting point, when the temporary file temp must be there already.
+    // The log is emptied first.
+    bool Disturbed(const std::string& temp, const std::string& file, bool deleted, const std::function<bool()>& save) {
+        ::unlink(Path("test.log").c_str());
+        const WaitHooks kept = CurrentWaitHooks();
+        WaitHooks hooks = kept;
+        bool acted = false;
+        hooks.doEvents = [&] {
+            if (acted) return;
+            acted = true;
+            EXPECT_TRUE(Exists(temp)) << "the counting point came before the temporary file";
+            if (deleted)
+                ::unlink(file.c_str());
+            else
+                Replace(file, kForeign);
         };
         InstallWaitHooks(hooks);
+        const bool done = save();
+        InstallWaitHooks(kept);
+        EXPECT_TRUE(acted) << "no counting point";
+        return done;
     }
 
     // Exactly one log line, of proc, with a description.
     void ExpectOneLogLine(const std::string& proc) {
-        const std::vector<std::string> lines = LogLines();
-        ASSERT_EQ(lines.size(), 1u) << "log lines";
-        const std::vector<std::string> ofProc = hostile::LinesOf(lines, proc);
-        ASSERT_EQ(ofProc.size(), 1u) << lines[0];
-        EXPECT_GT(ofProc[0].size(), ofProc[0].find(proc + ": ") + proc.size() + 3) << "no description";
+        ASSERT_EQ(LoggedProcs(), std::vector<std::string>{proc});
+        EXPECT_GT(LogLines()[0].size(), 20 + proc.size() + 3) << "no description";
     }
 
     std::string disk;
@@ -150,34 +167,24 @@ ByteArray OldVerdata() { return Bytes{}.le(2).verdata(12, 5, 44, 2, 0x11).verdat
 
 // ---- a full disk ----
 
-TEST_F(DiskFaultTest, SaveMUOOnAFullDiskKeepsTheOldFile) {
+TEST_F(DiskFaultTest, SaveAndExportOnAFullDiskKeepTheOldFilesAndBackups) {
     MountSmallDisk(128 << 10);
     const std::string target = disk + "/patch.muo";
     test::WriteFile(target, OldMuo());
+    test::WriteFile(disk + "/verdata.mul", OldVerdata());
+    test::WriteFile(disk + "/verdata.bak", ByteArray{0xBA});
     const ByteArray big(300000, 0x47);
     StoreBlock(12, 1, 300000, 7, big);
     StoreBlock(4, 2, 1, 0, ByteArray{1});
 
-    ExpectBits(OnFullDisk(128 << 10, [&] { return Bits({!SaveMUO(target)}); }), {"SaveMUO answers false"});
+    ExpectBits(OnFullDisk(128 << 10, [&] { return Bits({!SaveMUO(target), !ExportVerdata(disk), messages.empty()}); }),
+               {"SaveMUO answers false", "ExportVerdata answers false", "the failures are logged, not shown"});
     EXPECT_EQ(test::ReadFile(target), OldMuo());
-    EXPECT_FALSE(Exists(TempNameBeside(target)));
-    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"patch.muo"});
-    ExpectOneLogLine("mPatch.SaveMUO");
-    EXPECT_EQ(ReadBlockBytes(12, 1), big);  // the patch itself is as it was
-}
-
-TEST_F(DiskFaultTest, ExportOnAFullDiskKeepsVerdataAndItsBackups) {
-    MountSmallDisk(128 << 10);
-    test::WriteFile(disk + "/verdata.mul", OldVerdata());
-    test::WriteFile(disk + "/verdata.bak", ByteArray{0xBA});
-    StoreBlock(12, 1, 300000, 0, ByteArray(300000, 0x47));
-
-    ExpectBits(OnFullDisk(128 << 10, [&] { return Bits({!ExportVerdata(disk), messages.empty()}); }),
-               {"ExportVerdata answers false", "the failure is logged, not shown"});
     EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
     EXPECT_EQ(test::ReadFile(disk + "/verdata.bak"), ByteArray{0xBA});
-    EXPECT_EQ(hostile::FilesUnder(disk), (std::set<std::string>{"verdata.bak", "verdata.mul"}));
-    ExpectOneLogLine("mVerdata.ExportVerdata");
+    EXPECT_EQ(hostile::FilesUnder(disk), (std::set<std::string>{"patch.muo", "verdata.bak", "verdata.mul"}));
+    EXPECT_EQ(LoggedProcs(), (std::vector<std::string>{"mPatch.SaveMUO", "mVerdata.ExportVerdata"}));
+    EXPECT_EQ(ReadBlockBytes(12, 1), big);  // the patch itself is as it was
 }
 
 TEST_F(DiskFaultTest, ExportWhoseIndexCannotBeReservedTellsTheUser) {
@@ -250,65 +257,45 @@ TEST_F(DiskFaultTest, ScratchFileOnAFullDiskIsToldOnceAndLosesNoBlockSilently) {
 
 // ---- a folder that cannot be written ----
 
-TEST_F(DiskFaultTest, SaveMUOInAReadOnlyFolderKeepsTheOldFile) {
+TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
     MountSmallDisk(1 << 20);
-    const std::string target = disk + "/patch.muo";
+    StoreBlock(4, 2, 1, 0, ByteArray{1});
+    const std::string target = disk + "/patch.muo", verdata = disk + "/verdata.mul";
+    const std::set<std::string> files{"patch.muo", "verdata.mul"};
     test::WriteFile(target, OldMuo());
-    StoreBlock(4, 2, 1, 0, ByteArray{1});
-
-    const int got = WithoutWriteAccess([&] { return Bits({!SaveMUO(target)}); });
-    if (got == -2) GTEST_SKIP() << "neither a read-only mount nor an unprivileged user is available";
-    ExpectBits(got, {"SaveMUO answers false"});
-    EXPECT_EQ(test::ReadFile(target), OldMuo());
-    EXPECT_FALSE(Exists(TempNameBeside(target)));
-    // The unprivileged child cannot write the test's log; its line went to stderr.
-    if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
-}
-
-TEST_F(DiskFaultTest, ExportWithoutWriteAccessTellsTheUserAndChangesNothing) {
-    MountSmallDisk(1 << 20);
-    StoreBlock(4, 2, 1, 0, ByteArray{1});
-    const std::string verdata = disk + "/verdata.mul";
-    auto exportTelling = [&](const char* message) {
-        return [&, message] {
-            const bool exported = ExportVerdata(disk);
-            return Bits({!exported, messages == std::vector<std::string>{message}});
-        };
-    };
-    const std::initializer_list<const char*> bits{"ExportVerdata answers false", "the user is told why"};
+    test::WriteFile(verdata, OldVerdata());
 
     // A read-only verdata.mul in a folder that could be written.
-    test::WriteFile(verdata, OldVerdata());
     ::chmod(verdata.c_str(), 0444);
     ::chmod(disk.c_str(), 0777);
-    const int got = Unprivileged(exportTelling(kCannotOpen));
-    if (got == -2) GTEST_SKIP() << "no unprivileged user is available";
-    ExpectBits(got, bits);
-    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
+    const int got = Unprivileged([&] {
+        const bool exported = ExportVerdata(disk);
+        return Bits({!exported, messages == std::vector<std::string>{kCannotOpen}});
+    });
+    const bool noUser = got == -2;
+    if (!noUser) ExpectBits(got, {"ExportVerdata answers false", "the user is told it cannot be opened"});
+    EXPECT_EQ(hostile::FilesUnder(disk), files);
 
-    // A writable verdata.mul in a folder that cannot be written (on a
-    // read-only mount verdata.mul itself cannot be opened for writing).
+    // Writable files in a folder that cannot be written (on a read-only
+    // mount verdata.mul itself cannot be opened for writing).
     ::chmod(verdata.c_str(), 0666);
     messages.clear();
-    ExpectBits(WithoutWriteAccess(exportTelling(mounted_ ? kCannotOpen : kCannotCreate)), bits);
+    ::unlink(Path("test.log").c_str());
+    const char* told = mounted_ ? kCannotOpen : kCannotCreate;
+    ExpectBits(WithoutWriteAccess([&] {
+                   const bool saved = SaveMUO(target), exported = ExportVerdata(disk);
+                   return Bits({!saved, !exported, messages == std::vector<std::string>{told}});
+               }),
+               {"SaveMUO answers false", "ExportVerdata answers false", "the user is told why the export failed"});
+    EXPECT_EQ(test::ReadFile(target), OldMuo());
     EXPECT_EQ(test::ReadFile(verdata), OldVerdata());
-    EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
+    EXPECT_EQ(hostile::FilesUnder(disk), files);
+    // The unprivileged child cannot write the test's log; its line went to stderr.
+    if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
+    if (noUser) GTEST_SKIP() << "no unprivileged user: a read-only verdata.mul was not tried";
 }
 
 // ---- files that vanish or are replaced while the work runs ----
-
-struct Disturbance {
-    const char* name;
-    std::function<void(const std::string& target, const std::string& temp)> act;
-    enum { Saves, Fails, Foreign } outcome;  // Foreign: fails, and the file put there stays as it is
-};
-
-const ByteArray kForeign{0xF0, 0x0F};
-
-void Replace(const std::string& path, const ByteArray& bytes) {
-    test::WriteFile(path + ".new", bytes);
-    std::rename((path + ".new").c_str(), path.c_str());
-}
 
 TEST_F(DiskFaultTest, SaveMUOWhileItsFilesAreDisturbed) {
     // 20001 empty blocks and one with bytes: the save passes a counting point midway.
@@ -318,36 +305,21 @@ TEST_F(DiskFaultTest, SaveMUOWhileItsFilesAreDisturbed) {
     const ByteArray reference = test::ReadFile(Path("reference.muo"));
     ASSERT_EQ(reference.size(), 45u + 20002 * 16 + 3);
 
-    const std::vector<Disturbance> rows{
-        {"the target is deleted", [](const auto& target, const auto&) { ::unlink(target.c_str()); },
-         Disturbance::Saves},
-        {"the target is replaced", [](const auto& target, const auto&) { Replace(target, kForeign); },
-         Disturbance::Saves},
-        {"the temporary file is deleted", [](const auto&, const auto& temp) { ::unlink(temp.c_str()); },
-         Disturbance::Fails},
-        {"the temporary file is replaced", [](const auto&, const auto& temp) { Replace(temp, kForeign); },
-         Disturbance::Foreign},
-    };
-    const std::string target = Path("patch.muo");
-    const std::string temp = TempNameBeside(target);
-    for (const Disturbance& row : rows) {
-        SCOPED_TRACE(row.name);
+    const std::string target = Path("patch.muo"), temp = TempNameBeside(target);
+    enum Outcome { Saves, Fails, Foreign };  // Foreign: fails, and the file put there stays as it is
+    const struct {
+        std::string file;
+        bool deleted;
+        Outcome outcome;
+    } rows[] = {{target, true, Saves}, {target, false, Saves}, {temp, true, Fails}, {temp, false, Foreign}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.file + (row.deleted ? " deleted" : " replaced"));
         test::WriteFile(target, OldMuo());
-        ::unlink(Path("test.log").c_str());
-        bool acted = false;
-        AtFirstCountingPoint([&] {
-            acted = Exists(temp);
-            row.act(target, temp);
-        });
-        const bool saved = SaveMUO(target);
-        InstallWaitHooks({});
-        EXPECT_TRUE(acted) << "the counting point came before the temporary file";
-        const ByteArray now = test::ReadFile(target);
-        const bool wantSaved = row.outcome == Disturbance::Saves;
-        EXPECT_EQ(saved, wantSaved);
-        EXPECT_EQ(now, wantSaved ? reference : OldMuo());
-        if (!wantSaved) ExpectOneLogLine("mPatch.SaveMUO");
-        if (row.outcome == Disturbance::Foreign) {
+        const bool saved = Disturbed(temp, row.file, row.deleted, [&] { return SaveMUO(target); });
+        EXPECT_EQ(saved, row.outcome == Saves);
+        EXPECT_EQ(test::ReadFile(target), row.outcome == Saves ? reference : OldMuo());
+        if (row.outcome != Saves) ExpectOneLogLine("mPatch.SaveMUO");
+        if (row.outcome == Foreign) {
             EXPECT_EQ(test::ReadFile(temp), kForeign) << "not ours to delete";
             ::unlink(temp.c_str());
         }
@@ -364,68 +336,40 @@ TEST_F(DiskFaultTest, ExportWhileItsFilesAreDisturbed) {
     const ByteArray reference = test::ReadFile(Path("ref/verdata.mul"));
 
     enum Outcome { Gone, Saves, Fails, Foreign, BackupKept };
-    struct Row {
-        const char* name;
-        std::function<void(const std::string& d)> act;
+    const struct {
+        const char* file;
+        bool deleted;
         Outcome outcome;
-    };
-    const std::vector<Row> rows{
-        {"verdata.mul is deleted", [](const std::string& d) { ::unlink((d + "verdata.mul").c_str()); }, Gone},
-        {"verdata.mul is replaced", [](const std::string& d) { Replace(d + "verdata.mul", kForeign); }, Saves},
-        {"verdata.tmp is deleted", [](const std::string& d) { ::unlink((d + "verdata.tmp").c_str()); }, Fails},
-        {"a verdata.bak appears", [](const std::string& d) { test::WriteFile(d + "verdata.bak", kForeign); },
-         BackupKept},
-        {"verdata.tmp is replaced", [](const std::string& d) { Replace(d + "verdata.tmp", kForeign); }, Foreign},
+        std::set<std::string> left;  // the files in the folder afterwards
+    } rows[] = {
+        // Nothing to keep as the backup: the export does not happen.
+        {"verdata.mul", true, Gone, {}},
+        // The file that stood there at the swap is the backup.
+        {"verdata.mul", false, Saves, {"verdata.bak", "verdata.mul"}},
+        {"verdata.tmp", true, Fails, {"verdata.mul"}},
+        // Another run's verdata.tmp, say: neither installed nor deleted.
+        {"verdata.tmp", false, Foreign, {"verdata.mul", "verdata.tmp"}},
+        // A verdata.bak appears: kept, the old file is the next backup.
+        {"verdata.bak", false, BackupKept, {"verdata.1.bak", "verdata.bak", "verdata.mul"}},
     };
     int n = 0;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.file) + (row.deleted ? " deleted" : " replaced"));
         const std::string d = Path("run" + std::to_string(n++)) + "/";
         ::mkdir(d.c_str(), 0700);
         test::WriteFile(d + "verdata.mul", OldVerdata());
-        ::unlink(Path("test.log").c_str());
-        bool acted = false;
-        AtFirstCountingPoint([&] {
-            acted = Exists(d + "verdata.tmp");
-            row.act(d);
-        });
-        const bool exported = ExportVerdata(d);
-        InstallWaitHooks({});
-        EXPECT_TRUE(acted) << "the counting point came before verdata.tmp";
+        const bool exported =
+            Disturbed(d + "verdata.tmp", d + row.file, row.deleted, [&] { return ExportVerdata(d); });
+        EXPECT_EQ(exported, row.outcome == Saves || row.outcome == BackupKept);
+        if (!exported) ExpectOneLogLine("mVerdata.ExportVerdata");
         EXPECT_TRUE(messages.empty());
-        const ByteArray now = test::ReadFile(d + "verdata.mul");
-        std::set<std::string> files = hostile::FilesUnder(d);
-        EXPECT_EQ(files.count("verdata.tmp"), row.outcome == Foreign ? 1u : 0u);
-        switch (row.outcome) {
-            case Gone:  // nothing to keep as the backup: the export does not happen
-                EXPECT_FALSE(exported);
-                EXPECT_EQ(files, std::set<std::string>{});
-                ExpectOneLogLine("mVerdata.ExportVerdata");
-                break;
-            case Saves:  // the file that stood there at the swap is the backup
-                EXPECT_TRUE(exported);
-                EXPECT_EQ(now, reference);
-                EXPECT_EQ(test::ReadFile(d + "verdata.bak"), kForeign);
-                break;
-            case Fails:
-                EXPECT_FALSE(exported);
-                EXPECT_EQ(now, OldVerdata());
-                EXPECT_EQ(files, std::set<std::string>{"verdata.mul"});
-                ExpectOneLogLine("mVerdata.ExportVerdata");
-                break;
-            case Foreign:  // another run's verdata.tmp, say: neither installed nor deleted
-                EXPECT_FALSE(exported);
-                EXPECT_EQ(now, OldVerdata());
-                EXPECT_EQ(test::ReadFile(d + "verdata.tmp"), kForeign);
-                EXPECT_EQ(files, (std::set<std::string>{"verdata.mul", "verdata.tmp"}));
-                ExpectOneLogLine("mVerdata.ExportVerdata");
-                break;
-            case BackupKept:
-                EXPECT_TRUE(exported);
-                EXPECT_EQ(now, reference);
-                EXPECT_EQ(test::ReadFile(d + "verdata.bak"), OldVerdata());
-                EXPECT_EQ(test::ReadFile(d + "verdata.1.bak"), kForeign);
-                break;
+        EXPECT_EQ(hostile::FilesUnder(d), row.left);
+        for (const std::string& name : row.left) {  // every file but verdata.mul and the old backup is foreign
+            const bool old = name == "verdata.bak" && row.outcome == BackupKept;
+            const ByteArray want = name == "verdata.mul" ? (exported ? reference : OldVerdata())
+                                   : old                 ? OldVerdata()
+                                                         : kForeign;
+            EXPECT_EQ(test::ReadFile(d + name), want) << name;
         }
     }
 }

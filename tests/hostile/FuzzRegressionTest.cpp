@@ -15,20 +15,14 @@
 namespace quillet {
 namespace {
 
-class RegistryFuzzRegressionTest : public testing::ScratchTest {
-protected:
-    void SetUp() override {
-        ScratchTest::SetUp();
-        prefix = Path("prefix");
-        std::filesystem::create_directories(prefix + "/drive_c");
-    }
-    std::string prefix;
-};
+using FuzzRegressionTest = testing::ScratchTest;
 
 // A key name in which an escape spells a backslash ("\x005c"): the section's
 // path then had one name more than its components, and listing the subkeys
 // of a key above it read past the end of the components.
-TEST_F(RegistryFuzzRegressionTest, EscapedBackslashInAKeyNamePartsTheNames) {
+TEST_F(FuzzRegressionTest, EscapedBackslashInAKeyNamePartsTheNames) {
+    const std::string prefix = Path("prefix");
+    std::filesystem::create_directories(prefix + "/drive_c");
     Write(prefix + "/system.reg",
           "WINE REGISTRY Version 2\n"
           "[Software\\\\Origin Worlds Online\\\\Ultima Online\\x005c1.0\\\\X] 1\n"

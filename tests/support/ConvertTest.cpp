@@ -31,7 +31,7 @@ void ExpectGives(F f, std::initializer_list<std::pair<In, Out>> cases, std::init
 using Text = const char*;
 
 // The numeric prefix parse of the limit boxes and the gump index.
-TEST(NumberPrefix, ReadsTheLongestNumericBeginning) {
+TEST(ConvertPrefix, ReadsTheLongestNumericBeginning) {
     ExpectGives<Text>(ParseNumberPrefix,
         {{"12abc", 12}, {"abc", 0}, {"", 0}, {"0x10", 0}, {" \t 42", 42}, {"-7", -7}, {"+3", 3}, {"-", 0}, {".", 0},
          {".5", 0.5}, {"-.25x", -0.25}, {"1.2.3", 1.2}, {"4 5", 4}, {"1,5", 1},
@@ -45,7 +45,7 @@ TEST(NumberPrefix, ReadsTheLongestNumericBeginning) {
         {"1e400", "0.001e99999999999", "&H100000000", "&O40000000000"});
 }
 
-TEST(NumberPrefix, RoundsHalfToEvenAndChecksRange) {
+TEST(ConvertPrefix, RoundsHalfToEvenAndChecksRange) {
     ExpectGives<Text>(ParseLongPrefix,
         {{"2.5", 2}, {"3.5", 4}, {"-2.5", -2}, {"2.51", 3}, {"12abc", 12}, {"2147483647", 2147483647},
          {"-2147483648", -2147483648.0}, {"-2147483648.5", -2147483648.0}, {"&HFFFFFFFF", -1}},
@@ -58,7 +58,7 @@ TEST(NumberPrefix, RoundsHalfToEvenAndChecksRange) {
         {"0x123456789"});
 }
 
-TEST(cConvertNumbers, UnsignedViewsAndLittleEndianBytes) {
+TEST(ConvertNumbers, UnsignedViewsAndLittleEndianBytes) {
     cConvert c;
     ExpectGives<double>([&](double v) { return c.UnsignedToLong(v); },
         {{4294967295.0, -1}, {2147483648.0, -2147483648.0}, {2147483647.0, 2147483647}, {0.5, 0}, {1.5, 2},
@@ -106,9 +106,9 @@ TEST(cConvertNumbers, UnsignedViewsAndLittleEndianBytes) {
     EXPECT_THROW(c.ByteArrayToByteArray(ByteArray{7}, 0, small, 0, 2), Failure);
 }
 
-class cConvertLogged : public testing::ScratchTest {};
+using ConvertLogged = testing::ScratchTest;
 
-TEST_F(cConvertLogged, HexAndTextToBytesResultsAndFailures) {
+TEST_F(ConvertLogged, HexAndTextToBytesResultsAndFailures) {
     cConvert c;
     // Pairs of digits; a pair without a leading digit is 0, a lone last digit a byte of its own.
     ExpectGives<Text, std::string>([&](Text h) { return c.PopulateString(h); },
@@ -143,7 +143,7 @@ TEST_F(cConvertLogged, HexAndTextToBytesResultsAndFailures) {
     ExpectLogLine(lines[1], "cConvert.StringToByteArray");
 }
 
-TEST(cConvertGUID, FormsAndRandomness) {
+TEST(ConvertGUID, FormsAndRandomness) {
     cConvert c;
     static const std::regex braced(R"(\{[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\})");
     static const std::regex clean(R"([0-9A-F]{12}4[0-9A-F]{3}[89AB][0-9A-F]{15})");
@@ -154,7 +154,7 @@ TEST(cConvertGUID, FormsAndRandomness) {
     EXPECT_EQ(c.StringFromPointer(nullptr), "");
 }
 
-TEST(cConvertTolerant, DatesTimesCurrencyAndDoubles) {
+TEST(ConvertTolerant, DatesTimesCurrencyAndDoubles) {
     cConvert c;
     ExpectGives<Text>([&](Text t) { return c.ToDate(t); },
         {{"1899-12-30", 0}, {"1900-01-01", 2}, {"2000-02-29", 36585}, {" 2024-1-5 ", 45296}, {"12:00", 0.5},
@@ -179,7 +179,7 @@ TEST(cConvertTolerant, DatesTimesCurrencyAndDoubles) {
         {"12abc", 0}, {"&H", 0}, {"", 0}, {"1e400", 0}, {"nan", 0}, {"inf", 0}});
 }
 
-TEST(mConvert, MakeLongIsBitForBitAndColoursRoundTrip) {
+TEST(ConvertColours, MakeLongIsBitForBitAndColoursRoundTrip) {
     EXPECT_EQ(MakeLong(0x1234, 0x5678), 0x56781234);
     EXPECT_EQ(MakeLong(-1, 0), 65535);
     EXPECT_EQ(MakeLong(0, -1), -65536);

@@ -201,7 +201,7 @@ TEST_F(FileIOTest, KillDirRemovesTheTreeButNothingOutside) {
 }
 
 // PATH and the message hook are put back after each test.
-class OpenTest : public FileIOTest {
+class FileIOOpenTest : public FileIOTest {
 protected:
     void TearDown() override {
         ::setenv("PATH", savedPath_.c_str(), 1);
@@ -212,7 +212,7 @@ protected:
     WaitHooks savedHooks_ = CurrentWaitHooks();
 };
 
-TEST_F(OpenTest, TheUrlIsOneArgumentAProgramStartsInItsDirectoryAFailureShowsTheMessage) {
+TEST_F(FileIOOpenTest, TheUrlIsOneArgumentAProgramStartsInItsDirectoryAFailureShowsTheMessage) {
     std::vector<std::string> messages;
     WaitHooks hooks;
     hooks.message = [&](const std::string& text) { messages.push_back(text); };

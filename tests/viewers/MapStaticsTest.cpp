@@ -8,10 +8,10 @@
 
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "core/BlockRows.h"
 #include "base/Checked.h"
+#include "core/BlockRows.h"
 #include "core/mPatch.h"
-#include "core/mWait.h"
+#include "operations/OperationsTestUtil.h"
 #include "viewers/mMap.h"
 #include "viewers/mRadarCol.h"
 #include "viewers/mStatics.h"
@@ -56,17 +56,24 @@ ByteArray StaticsBlock(std::initializer_list<uint16_t> items) {
     return bytes.b;
 }
 int32_t BlockAt(int32_t x, int32_t y) { return x * 512 + y; }
+// The blocks of the rectangle, in rising order.
+std::vector<int32_t> Rect(int32_t x1, int32_t y1, int32_t x2, int32_t y2) {
+    std::vector<int32_t> blocks;
+    for (int32_t x = x1; x <= x2; ++x)
+        for (int32_t y = y1; y <= y2; ++y) blocks.push_back(BlockAt(x, y));
+    return blocks;
+}
 
-class MapStaticsTest : public test::PatchTest {
+class MapStaticsTest : public test::OperationsTest {
 protected:
     void SetUp() override {
-        PatchTest::SetUp();
+        OperationsTest::SetUp();
         saved_ = RadarColors;
         for (size_t i = 0; i < RadarColors.size(); ++i) RadarColors[i] = Colour(i);
     }
     void TearDown() override {
         RadarColors = saved_;
-        PatchTest::TearDown();
+        OperationsTest::TearDown();
     }
     void Put(int FileID, int32_t block, const ByteArray& bytes) {
         StoreBlock(FileID, block, ToLong(bytes.size()), 0, bytes);
@@ -86,10 +93,6 @@ TEST_F(MapStaticsTest, EachPageColoursItsBlocksByTheirFirstTileOrItem) {
     Put(2, 511, StaticsBlock({49151}));
     Put(2, 512, StaticsBlock({1234}));
     PutEmpty(2, 514);  // present without bytes: black on the statics page
-    std::vector<int32_t> percents;
-    WaitHooks hooks = CurrentWaitHooks();
-    hooks.doEvents = [&] { percents.push_back(WaitPercent); };
-    InstallWaitHooks(hooks);
     TestPicture map, statics;
     DrawMap(map);
     // 393216 blocks, drawn or not: counting points at blocks 19999 (5 %), 39999, ... 379999; as many for statics.
@@ -161,10 +164,8 @@ TEST_F(MapStaticsTest, DrawingStopsAtABlockTooShortOrAnItemBeyondTheTable) {
         EXPECT_EQ(statics.Drawn(), 2u);  // blocks 6 and 7 not reached: not even black
         EXPECT_EQ(statics.refreshes, 0);
     }
-    const auto log = LogLines();
-    ASSERT_EQ(log.size(), 3u);
-    EXPECT_NE(log[0].find(" mMap.DrawMap: "), std::string::npos) << log[0];
-    for (const size_t i : {1u, 2u}) EXPECT_NE(log[i].find(" mStatics.DrawStatics: "), std::string::npos) << log[i];
+    EXPECT_EQ(LoggedProcs(),
+              (std::vector<std::string>{"mMap.DrawMap", "mStatics.DrawStatics", "mStatics.DrawStatics"}));
 }
 
 TEST_F(MapStaticsTest, RadarColoursAreSignedEntriesAndAShortFileEndsInBlack) {
@@ -196,25 +197,13 @@ TEST_F(MapStaticsTest, RectanglesInAnyOrderAndCutAtTheEdgesClearTheirTypesBlocks
         std::array<int32_t, 4> given, after;  // the arguments as the call leaves them
         std::vector<int32_t> gone;
     } cases[] = {
-        {Map_ClearBlocks, 0, {2, 2, 1, 1}, {1, 1, 2, 2}, {BlockAt(1, 1), BlockAt(1, 2), BlockAt(2, 1), BlockAt(2, 2)}},
-        {Statics_ClearBlocks,
-         2,
-         {1, 2, 2, 1},
-         {1, 1, 2, 2},
-         {BlockAt(1, 1), BlockAt(1, 2), BlockAt(2, 1), BlockAt(2, 2)}},
-        {Map_ClearBlocks, 0, {-5, -7, 0, 1}, {0, 0, 0, 1}, {BlockAt(0, 0), BlockAt(0, 1)}},
+        {Map_ClearBlocks, 0, {2, 2, 1, 1}, {1, 1, 2, 2}, Rect(1, 1, 2, 2)},
+        {Statics_ClearBlocks, 2, {1, 2, 2, 1}, {1, 1, 2, 2}, Rect(1, 1, 2, 2)},
+        {Map_ClearBlocks, 0, {-5, -7, 0, 1}, {0, 0, 0, 1}, Rect(0, 0, 0, 1)},
         // Y is cut at 511: column 2's rectangle does not run on into column 3.
-        {Map_ClearBlocks, 0, {2, 510, 2, 900}, {2, 510, 2, 511}, {BlockAt(2, 510), BlockAt(2, 511)}},
-        {Statics_ClearBlocks,
-         2,
-         {800, 2, 767, 0},
-         {767, 0, 767, 2},
-         {BlockAt(767, 0), BlockAt(767, 1), BlockAt(767, 2)}},
-        {Statics_ClearBlocks,
-         2,
-         {10, 10, 10, 10},
-         {10, 10, 10, 10},
-         {BlockAt(10, 10)}},                                               // one pixel, present and empty
+        {Map_ClearBlocks, 0, {2, 510, 2, 900}, {2, 510, 2, 511}, Rect(2, 510, 2, 511)},
+        {Statics_ClearBlocks, 2, {800, 2, 767, 0}, {767, 0, 767, 2}, Rect(767, 0, 767, 2)},
+        {Statics_ClearBlocks, 2, {10, 10, 10, 10}, {10, 10, 10, 10}, Rect(10, 10, 10, 10)},  // one, present and empty
         {Map_ClearBlocks, 0, {768, 0, 900, 511}, {768, 0, 767, 511}, {}},  // wholly beyond X 767
         {Map_ClearBlocks, 0, {-1, -1, -1, -1}, {-1, -1, -1, -1}, {}},      // no selection
         {Map_ClearBlocks, 0, {0, -9, 5, -3}, {0, -9, 5, -3}, {}},          // wholly above the picture
@@ -230,10 +219,9 @@ TEST_F(MapStaticsTest, RectanglesInAnyOrderAndCutAtTheEdgesClearTheirTypesBlocks
         EXPECT_EQ(ListedBlocks(c.FileID), left);
         EXPECT_EQ(PatchBlocks[static_cast<size_t>(c.FileID)].Count, static_cast<int32_t>(left.size()));
         EXPECT_EQ(ListedBlocks(2 - c.FileID), all);  // the other type is untouched
-        for (const int32_t block : c.gone) {    // Size and Extra keep their values
-            EXPECT_EQ(Slot(c.FileID, block).Size, block == BlockAt(10, 10) ? 0 : 196);
-            EXPECT_EQ(Slot(c.FileID, block).Extra, block + 7);
-        }
+        for (const int32_t block : c.gone)  // Size and Extra keep their values
+            EXPECT_EQ(std::pair(Slot(c.FileID, block).Size, Slot(c.FileID, block).Extra),
+                      std::pair(block == BlockAt(10, 10) ? 0 : 196, block + 7));
     }
     // A store with fewer slots than the grid: the slot beyond them fails, logged with the arguments as
     // they are by then. Slots changed before stay changed (column 0, column 1 to its last slot); no recount.
@@ -244,9 +232,8 @@ TEST_F(MapStaticsTest, RectanglesInAnyOrderAndCutAtTheEdgesClearTheirTypesBlocks
     EXPECT_EQ(Slot(0, BlockAt(0, 2)).Offset, -1);
     EXPECT_EQ(Slot(0, BlockAt(1, 2)).Offset, -1);
     EXPECT_EQ(PatchBlocks[0].Count, 999);
-    const auto log = LogLines();
-    ASSERT_EQ(log.size(), 1u);
-    EXPECT_NE(log[0].find(" mMap.Map_ClearBlocks(0,0,1,3): Subscript out of range"), std::string::npos) << log[0];
+    ASSERT_EQ(LoggedProcs(), std::vector<std::string>{"mMap.Map_ClearBlocks(0,0,1,3)"});
+    EXPECT_NE(LogLines()[0].find(": Subscript out of range"), std::string::npos) << LogLines()[0];
 }
 
 }  // namespace
