@@ -1,7 +1,10 @@
 #pragma once
-// Little-endian numbers in byte buffers. Every format goes through these:
-// the reader checks its bounds (a failure, never a read outside the buffer),
-// the writer appends.
+// Little-endian numbers in byte buffers. The formats read a record (an index
+// record, an entry's head, a file header) into a buffer of its own, or a
+// window of records, and take its fields through a LeReader over that
+// buffer, which checks its bounds: a record shorter than its fields is a
+// failure, never a read outside the buffer. Writing appends through a LeWriter (the patch files' headers) or
+// stores into a fixed-size record's buffer with StoreI32 and StoreI16.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

@@ -14,17 +14,17 @@ namespace {
 
 constexpr int32_t kRecordSize = 12;
 
-// The run-time hands out a number per open file; nothing but "is it 0" is
-// ever asked of it here, so a counter that never gives 0 does.
+// A number per open file; nothing but "is it 0" is ever asked of it, so a
+// counter that never gives 0 does.
 int32_t NewFileNumber() {
     static int32_t last = 0;
     last = last == std::numeric_limits<int32_t>::max() ? 1 : last + 1;
     return last;
 }
 
-// The run-time's binary mode: read and write at any position, a missing file
-// created empty. A file we may only read (the client on a read-only mount)
-// still opens, for reading; a cSave on it then fails.
+// Binary mode: read and write at any position, a missing file created empty.
+// A file we may only read (the client on a read-only mount) still opens, for
+// reading; a cSave on it then fails.
 bool OpenBinary(BinaryFile& file, const std::string& path) {
     if (path.empty()) return false;
     if (::access(path.c_str(), F_OK) != 0) return file.Open(path, BinaryFile::Mode::Create);
@@ -71,8 +71,8 @@ int32_t cMUL::cOpen(const std::string& IDXFilename, const std::string& MULFilena
             if (!OpenBinary(idx_, IDXFilename)) Fail("Unable to open " + IDXFilename);
             IDXFile = NewFileNumber();
             Offset = 0;
-            // The run-time's file length is 32-bit: an IDX file of 2 GB or
-            // more is beyond it. Ties go to the even count (18 bytes: 2).
+            // File lengths are 32-bit here: an IDX file of 2 GB or more is
+            // beyond them. Ties go to the even count (18 bytes: 2).
             const int32_t length = ToLong(idx_.Size());
             BlockTotal = ToLong(static_cast<int64_t>(std::nearbyint(static_cast<double>(length) / kRecordSize)));
         } else {
@@ -115,9 +115,10 @@ cMUL::Record cMUL::GetRecord(int32_t IndexNumber) {
         if (at >= idxLength_) return record;  // no need to ask the file
         uint8_t raw[kRecordSize];
         idxWindow_.Read(idx_, at, raw, sizeof raw);
-        record.Position = LoadI32(raw);
-        record.Size = LoadI32(raw + 4);
-        record.Extra = LoadI32(raw + 8);
+        LeReader fields(raw, sizeof raw);
+        record.Position = fields.I32();
+        record.Size = fields.I32();
+        record.Extra = fields.I32();
     } else {
         record.Size = ConstantIndex;
         record.Extra = -1;

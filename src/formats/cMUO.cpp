@@ -35,10 +35,11 @@ int32_t cMUO::cOpen(const std::string& PatchFilename) {
 
 bool cMUO::ReadHeader() {
     reader_->Seek(0);
-    uint8_t word[4];
-    reader_->Read(Magic.data(), 4);
-    reader_->Read(word, 4);
-    FileVersion = LoadI32(word);
+    uint8_t start[8];  // Magic, FileVersion
+    reader_->Read(start, sizeof start);
+    LeReader startFields(start, sizeof start);
+    startFields.Bytes(Magic.data(), Magic.size());
+    FileVersion = startFields.I32();
     for (std::string* text : {&PatchName, &PatchDescription, &PatchAuthor}) {
         text->clear();
         for (;;) {
@@ -49,8 +50,9 @@ bool cMUO::ReadHeader() {
             text->push_back(static_cast<char>(c));
         }
     }
-    reader_->Read(word, 4);
-    BlockCount = LoadI32(word);
+    uint8_t count[4];
+    reader_->Read(count, sizeof count);
+    BlockCount = LeReader(count, sizeof count).I32();
     return true;
 }
 
@@ -104,10 +106,11 @@ int32_t cMUO::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& 
     if (!reader_) Fail("The patch file is not open for reading");
     uint8_t head[16];
     reader_->Read(head, sizeof head);
-    const int32_t fileIdField = LoadI32(head);
-    Block = LoadI32(head + 4);
-    Extra = LoadI32(head + 8);
-    const int32_t size = LoadI32(head + 12);
+    LeReader fields(head, sizeof head);
+    const int32_t fileIdField = fields.I32();
+    Block = fields.I32();
+    Extra = fields.I32();
+    const int32_t size = fields.I32();
     FileID = ToByte(fileIdField);
     ByteArraySize = size;
     if (size > 0) {

@@ -15,17 +15,7 @@ namespace {
 
 constexpr size_t kHeaderSize = 12;
 constexpr size_t kToolNameSize = 10;
-
-// Reads a 32-bit field over the variable that receives it: the bytes that the
-// file still has replace the low bytes, the others keep their old value.
-void ReadOver(FileReader& reader, int32_t& field) {
-    uint8_t raw[4];
-    StoreI32(raw, field);
-    uint8_t got[4];
-    const size_t n = reader.Read(got, sizeof got);
-    std::memcpy(raw, got, n);
-    field = LoadI32(raw);
-}
+constexpr size_t kEntryHeadSize = 13;  // FileID, Block, Size, Extra
 
 }  // namespace
 
@@ -51,10 +41,11 @@ int32_t cUOP::cOpen(const std::string& PatchFilename) {
         // A header cut by the end of the file reads as zeros.
         uint8_t head[kHeaderSize];
         reader_->Read(head, sizeof head);
-        std::copy(head, head + 3, Magic.begin());
-        FileVersion = head[3];
-        BlockCount = LoadI32(head + 4);
-        HeaderReserved = LoadI32(head + 8);
+        LeReader fields(head, sizeof head);
+        fields.Bytes(Magic.data(), Magic.size());
+        FileVersion = fields.U8();
+        BlockCount = fields.I32();
+        HeaderReserved = fields.I32();
         ToolName = {};
         if (FileVersion == 5) reader_->Read(ToolName.data(), ToolName.size());
         if (FileVersion != 4 && FileVersion != 5) {
@@ -131,11 +122,22 @@ bool cUOP::cAtEnd() const { return !reader_ || reader_->Remaining() <= 0; }
 
 int32_t cUOP::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize) {
     if (!reader_) Fail("The patch file is not open for reading");
-    uint8_t id = 0;
-    if (reader_->Read(&id, 1) == 1) FileID = id;
-    ReadOver(*reader_, Block);
-    ReadOver(*reader_, ByteArraySize);
-    ReadOver(*reader_, Extra);
+    // The head is read over the variables that receive it: the bytes the
+    // file still has replace theirs, from the first on; where the file has
+    // ended the old bytes stay, so a field cut by the end keeps its high bytes.
+    uint8_t head[kEntryHeadSize];
+    head[0] = FileID;
+    StoreI32(head + 1, Block);
+    StoreI32(head + 5, ByteArraySize);
+    StoreI32(head + 9, Extra);
+    uint8_t got[kEntryHeadSize];
+    const size_t fromFile = reader_->Read(got, sizeof got);
+    std::memcpy(head, got, fromFile);
+    LeReader fields(head, sizeof head);
+    FileID = fields.U8();
+    Block = fields.I32();
+    ByteArraySize = fields.I32();
+    Extra = fields.I32();
     const int32_t size = ByteArraySize;
     if (size > 0) {
         // Data that runs past the end of the file reads as zeros, so a Size up
@@ -155,7 +157,7 @@ int32_t cUOP::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArra
     if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
     // An opened file takes new entries at its end, as a created one does.
     if (!writer_) writer_ = std::make_unique<FileWriter>(file_, file_.Size());
-    uint8_t head[13];
+    uint8_t head[kEntryHeadSize];
     head[0] = FileID;
     StoreI32(head + 1, Block);
     StoreI32(head + 5, ByteArraySize);

@@ -48,7 +48,7 @@ int32_t cVerdata::cOpen(const std::string& Filename) {
     fileSize_ = file_.Size();
     uint8_t count[4];
     file_.ReadAt(0, count, sizeof count);  // missing bytes of a short file read as 0
-    BlockCount = LoadI32(count);
+    BlockCount = LeReader(count, sizeof count).I32();
     reserved_ = 0;
     windowEntries_ = 0;
     blockWindow_.Reset();
@@ -141,7 +141,7 @@ void cVerdata::FlushForReading() {
     }
 }
 
-const uint8_t* cVerdata::EntryBytes(int32_t Index) {
+LeReader cVerdata::EntryReader(int32_t Index) {
     if (Index < windowFirst_ || Index >= windowFirst_ + windowEntries_) {
         FlushForReading();
         const int32_t first = Index;
@@ -152,19 +152,21 @@ const uint8_t* cVerdata::EntryBytes(int32_t Index) {
         windowFirst_ = first;
         windowEntries_ = count;
     }
-    return window_.data() + static_cast<size_t>(Index - windowFirst_) * kVerdataEntrySize;
+    LeReader entries(window_);
+    entries.Seek(static_cast<size_t>(Index - windowFirst_) * kVerdataEntrySize);
+    return entries;
 }
 
 int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes,
                         int32_t& ByteArraySize) {
     if (!IsOpen() || Index >= BlockCount) return 0;
     if (Index < 0) Fail(kSubscript);
-    const uint8_t* entry = EntryBytes(Index);
-    const int32_t fileId = LoadI32(entry);
-    const int32_t block = LoadI32(entry + 4);
-    const int32_t position = LoadI32(entry + 8);
-    const int32_t size = LoadI32(entry + 12);
-    const int32_t extra = LoadI32(entry + 16);
+    LeReader entry = EntryReader(Index);
+    const int32_t fileId = entry.I32();
+    const int32_t block = entry.I32();
+    const int32_t position = entry.I32();
+    const int32_t size = entry.I32();
+    const int32_t extra = entry.I32();
 
     if (size > 0) {
         if (position < 0 || int64_t{position} + size > fileSize_)

@@ -61,7 +61,9 @@ public:
     uint8_t Changed = 0;  // 1 on a created file: only then may cSave write
 
 private:
-    const uint8_t* EntryBytes(int32_t Index);
+    // A reader over the entry window, at entry Index (filling the window
+    // first if it does not hold it).
+    LeReader EntryReader(int32_t Index);
     void FlushForReading();
 
     BinaryFile file_;

@@ -1,6 +1,5 @@
 #include "formats/mHues.h"
 
-#include <algorithm>
 #include <array>
 
 #include "base/Checked.h"
@@ -22,10 +21,10 @@ void ToVerdataHues(const ByteArray& HueGroup, ByteArray& VerdataGroup) {
             Fail("A hue group of " + std::to_string(HueGroup.size()) + " bytes, " +
                  std::to_string(kHueGroupSize) + " are needed");
         std::array<uint8_t, kVerdataHueGroupSize> group{};
-        for (int32_t n = 0; n < kHues; ++n) {
-            const auto from = HueGroup.begin() + (kHeader + kHueSize * n);
-            std::copy(from, from + kHueSize, group.begin() + (kHeader + kVerdataHueSize * n));
-        }
+        LeReader hues(HueGroup);
+        hues.Skip(kHeader);
+        for (int32_t n = 0; n < kHues; ++n)
+            hues.Bytes(group.data() + (kHeader + kVerdataHueSize * n), kHueSize);
         VerdataGroup.assign(group.begin(), group.end());
     } catch (...) {
         gError.Log("mHues.ToVerdataHues");

@@ -11,12 +11,12 @@
 
 namespace quillet {
 
-void LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
+bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
              int32_t ToBlock) {
     try {
-        if (PatchFilename.empty() || ::access(PatchFilename.c_str(), F_OK) != 0) return;
+        if (PatchFilename.empty() || ::access(PatchFilename.c_str(), F_OK) != 0) return true;
         cMUO muo;
-        if (muo.cOpen(PatchFilename) != 0) return;
+        if (muo.cOpen(PatchFilename) != 0) return true;
         const int32_t total = muo.cCount();
         CountingPoint progress(total);
         ByteArray bytes;
@@ -51,8 +51,10 @@ void LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
         }
         muo.cClose();
         RecountAllBlocks();
+        return true;
     } catch (...) {
         gError.Log("mPatch.LoadMUO");
+        return false;
     }
 }
 

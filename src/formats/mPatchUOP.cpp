@@ -10,12 +10,12 @@
 
 namespace quillet {
 
-void LoadUOP(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
+bool LoadUOP(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
              int32_t ToBlock) {
     try {
-        if (PatchFilename.empty() || ::access(PatchFilename.c_str(), F_OK) != 0) return;
+        if (PatchFilename.empty() || ::access(PatchFilename.c_str(), F_OK) != 0) return true;
         cUOP uop;
-        if (uop.cOpen(PatchFilename) != 0) return;
+        if (uop.cOpen(PatchFilename) != 0) return true;
         const int32_t total = uop.cCount();
         CountingPoint progress(total);
         // cLoad reads into these, and where the file has ended they keep what
@@ -45,8 +45,10 @@ void LoadUOP(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
         }
         uop.cClose();
         RecountAllBlocks();
+        return true;
     } catch (...) {
         gError.Log("mPatch.LoadUOP");
+        return false;
     }
 }
 

@@ -85,12 +85,12 @@ void SwapInNewVerdata(const std::string& dir, const FileIdentity& written) {
 
 }  // namespace
 
-void LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
+bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
                  int32_t ToBlock) {
     try {
-        if (Filename.empty() || ::access(Filename.c_str(), F_OK) != 0) return;
+        if (Filename.empty() || ::access(Filename.c_str(), F_OK) != 0) return true;
         cVerdata verdata;
-        if (verdata.cOpen(Filename) != 0) return;
+        if (verdata.cOpen(Filename) != 0) return true;
         const int32_t total = verdata.cCount();
         if (!verdata.IndexFits())
             Fail(Filename + " counts " + std::to_string(total) + " entries, more than its " +
@@ -113,8 +113,10 @@ void LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
         }
         verdata.cClose();
         RecountAllBlocks();
+        return true;
     } catch (...) {
         gError.Log("mVerdata.LoadVerdata");
+        return false;
     }
 }
 

@@ -9,10 +9,12 @@ namespace quillet {
 // Merges the entries of a verdata file whose FileID and Block lie in the
 // inclusive ranges into the open patch (the newest load wins). A block number
 // above its type's range shows the illegal block message and is skipped. An
-// empty name or a missing or unopenable file loads nothing, silently. Other
-// failures (a negative FileID, bytes outside the file, a count the file cannot
-// hold, a store into a type without slots) are logged and end the load.
-void LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
+// empty name or a missing or unopenable file loads nothing, silently, and
+// answers true. Other failures (a negative FileID, bytes outside the file, a
+// count the file cannot hold, a store into a type without slots) are logged
+// as "mVerdata.LoadVerdata", end the load (the blocks stored so far stay) and
+// answer false.
+bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
                  int32_t ToBlock);
 
 // Rewrites Directory/verdata.mul as the old file's entries followed by every

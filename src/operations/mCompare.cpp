@@ -68,10 +68,10 @@ bool SameBytes(const ByteArray& First, const ByteArray& Second) {
     return true;
 }
 
-void CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
+bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
                 const std::string& IDXFilename2, uint8_t FileID) {
     try {
-        if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) return;
+        if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) return true;
         const FileTypeRec& type = FileTypes[FileID];
         cMUL base;
         cMUL altered;
@@ -82,23 +82,25 @@ void CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
             // and closed once for each.
             for (const TiledataSection& section : kTiledataSections) {
                 const int32_t blocks = section.LastBlock - section.FirstBlock;
-                base.cOpen("", MULFilename1, section.BlockSize, blocks, section.Start);
-                altered.cOpen("", MULFilename2, section.BlockSize, blocks, section.Start);
+                OpenMUL(base, "", MULFilename1, section.BlockSize, blocks, section.Start);
+                OpenMUL(altered, "", MULFilename2, section.BlockSize, blocks, section.Start);
                 CompareRange(base, altered, FileID, section.FirstBlock, section.LastBlock, section.FirstBlock,
                              buffers, progress);
                 base.cClose();
                 altered.cClose();
             }
         } else {
-            base.cOpen(IDXFilename1, MULFilename1, type.ConstantIndex, type.NbrOfBlocks, 0);
-            altered.cOpen(IDXFilename2, MULFilename2, type.ConstantIndex, type.NbrOfBlocks, 0);
+            OpenMUL(base, IDXFilename1, MULFilename1, type.ConstantIndex, type.NbrOfBlocks, 0);
+            OpenMUL(altered, IDXFilename2, MULFilename2, type.ConstantIndex, type.NbrOfBlocks, 0);
             CompareRange(base, altered, FileID, 0, type.NbrOfBlocks, 0, buffers, progress);
             base.cClose();
             altered.cClose();
         }
         RecountBlocks(FileID);
+        return true;
     } catch (...) {
         gError.Log("mMuls.CompareMUL");
+        return false;
     }
 }
 

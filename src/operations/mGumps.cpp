@@ -58,7 +58,7 @@ private:
 
 }  // namespace
 
-void Gump_LoadBMP(const PixelSource& Picture, int32_t Block) {
+bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block) {
     try {
         const int32_t width = Picture.Width();
         const int32_t height = Picture.Height();
@@ -95,8 +95,10 @@ void Gump_LoadBMP(const PixelSource& Picture, int32_t Block) {
         const ByteArray& bytes = gump.Bytes();
         StoreBlock(kGumpsFileID, Block, ToLong(static_cast<int64_t>(bytes.size())), extra, bytes);
         RecountBlocks(kGumpsFileID);
+        return true;
     } catch (...) {
         gError.Log("mGumps.Gump_LoadBMP");
+        return false;
     }
 }
 

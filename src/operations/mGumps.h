@@ -33,12 +33,13 @@ public:
 };
 
 // Converts the picture into Gumps block Block: Size, Extra and the block's
-// bytes go into the slot, whatever stood there, and Gumps is recounted.
+// bytes go into the slot, whatever stood there, and Gumps is recounted;
+// answers true.
 // Colours by ColorTo555; there is no transparent colour. A Block outside the
 // Gumps slots (0..65535), a Width or Height above 32767 (the halves of Extra)
 // or below 1, or a block whose row table cannot hold its row starts, is a
-// failure, logged as "mGumps.Gump_LoadBMP": the slot and the DataFile are then
-// left as they were.
-void Gump_LoadBMP(const PixelSource& Picture, int32_t Block);
+// failure, logged as "mGumps.Gump_LoadBMP", that answers false: the slot and
+// the DataFile are then left as they were.
+bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block);
 
 }  // namespace quillet

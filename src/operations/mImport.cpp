@@ -43,6 +43,14 @@ void ImportRange(cMUL& mul, uint8_t FileID, int64_t First, int64_t Last, int32_t
 
 }  // namespace
 
+void OpenMUL(cMUL& Mul, const std::string& IDXFilename, const std::string& MULFilename, int32_t ConstantIndex,
+             int32_t NbrOfBlocks, int32_t Offset) {
+    const int32_t code = Mul.cOpen(IDXFilename, MULFilename, ConstantIndex, NbrOfBlocks, Offset);
+    if (code == 0) return;
+    const std::string names = ConstantIndex > 0 ? MULFilename : IDXFilename + " and " + MULFilename;
+    Fail(Mul.cError(code) + " " + names);
+}
+
 void StoreMULBlock(uint8_t FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& Bytes,
                    ByteArray& HueBuffer) {
     if (FileID != kHuesFileID) {
@@ -58,47 +66,51 @@ void StoreMULBlock(uint8_t FileID, int32_t Block, int32_t Size, int32_t Extra, c
     StoreBlock(FileID, Block, kVerdataHueGroupSize, Extra, HueBuffer);
 }
 
-void LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uint8_t FileID, int32_t FromBlock,
+bool LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uint8_t FileID, int32_t FromBlock,
              int32_t ToBlock) {
     try {
-        if (!gFileIO.FileExist(MULFilename)) return;
+        if (!gFileIO.FileExist(MULFilename)) return true;
         const FileTypeRec& type = FileTypes[FileID];
         cMUL mul;
-        mul.cOpen(IDXFilename, MULFilename, type.ConstantIndex, type.NbrOfBlocks, 0);
+        OpenMUL(mul, IDXFilename, MULFilename, type.ConstantIndex, type.NbrOfBlocks, 0);
         CountingPoint progress(type.NbrOfBlocks);
         const int64_t last = ToBlock < type.NbrOfBlocks ? ToBlock : type.NbrOfBlocks;
         ImportRange(mul, FileID, FromBlock, last, 0, progress);
         mul.cClose();
         RecountBlocks(FileID);
+        return true;
     } catch (...) {
         gError.Log("mMuls.LoadMUL");
+        return false;
     }
 }
 
-void LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock) {
+bool LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock) {
     try {
-        if (!gFileIO.FileExist(MULFilename)) return;
+        if (!gFileIO.FileExist(MULFilename)) return true;
         // One object serves both sections, opened and closed once for each.
         cMUL mul;
         CountingPoint progress(FileTypes[kTiledataFileID].NbrOfBlocks);
         const TiledataSection& land = kTiledataSections[0];
         const TiledataSection& statics = kTiledataSections[1];
         if (FromBlock < statics.FirstBlock) {
-            mul.cOpen("", MULFilename, land.BlockSize, land.LastBlock - land.FirstBlock, land.Start);
+            OpenMUL(mul, "", MULFilename, land.BlockSize, land.LastBlock - land.FirstBlock, land.Start);
             const int64_t last = ToBlock < land.LastBlock ? ToBlock : land.LastBlock;
             ImportRange(mul, kTiledataFileID, FromBlock, last, land.FirstBlock, progress);
             mul.cClose();
         }
         // The second section always begins at its first group.
         if (ToBlock >= statics.FirstBlock) {
-            mul.cOpen("", MULFilename, statics.BlockSize, statics.LastBlock - statics.FirstBlock, statics.Start);
+            OpenMUL(mul, "", MULFilename, statics.BlockSize, statics.LastBlock - statics.FirstBlock, statics.Start);
             const int64_t last = ToBlock < statics.LastBlock ? ToBlock : statics.LastBlock;
             ImportRange(mul, kTiledataFileID, statics.FirstBlock, last, statics.FirstBlock, progress);
             mul.cClose();
         }
         RecountBlocks(kTiledataFileID);
+        return true;
     } catch (...) {
         gError.Log("mMuls.LoadTiledata");
+        return false;
     }
 }
 

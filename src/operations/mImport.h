@@ -9,9 +9,12 @@
 // that speaks for the source, an empty source block becoming a present, empty
 // block. Hues groups enter the patch in their 1220-byte verdata form.
 //
-// None of them answers anything: a failure is logged under the procedure's
-// name and ends it, with the blocks stored so far left in the patch and the
-// type's Count not recomputed. One block of each file is in memory at a time.
+// Each answers true when it ran to its end, also when it ended early without
+// a word (a missing MUL file). A failure is logged under the procedure's name
+// and ends it, with the blocks stored so far left in the patch and the type's
+// Count not recomputed; it answers false. A file that cMUL cannot open is such
+// a failure, logged with cMUL's text and the file's name. One block of each
+// file is in memory at a time.
 #include <array>
 #include <cstdint>
 #include <string>
@@ -19,6 +22,8 @@
 #include "base/ByteIO.h"
 
 namespace quillet {
+
+class cMUL;
 
 inline constexpr uint8_t kTiledataFileID = 30;
 inline constexpr uint8_t kHuesFileID = 32;
@@ -40,28 +45,35 @@ inline constexpr std::array<TiledataSection, 2> kTiledataSections{{
 // NbrOfBlocks) of FileID from the MUL file, through the IDX file for a type
 // without a constant block size. A source block of Size 0 or below is stored
 // present and empty with Size -1; a Size of -2 ends the walk there. A missing
-// MUL file ends the call before anything is done. Not for FileID 30.
-void LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uint8_t FileID, int32_t FromBlock,
+// MUL file ends the call before anything is done, answering true. Not for
+// FileID 30.
+bool LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uint8_t FileID, int32_t FromBlock,
              int32_t ToBlock);
 
 // The same for the tile data file (FileID 30). The first section is walked
 // from FromBlock if that lies below 512; the second, if ToBlock is 512 or
 // more, always from 512 on, whatever FromBlock says.
-void LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock);
+bool LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock);
 
 // Walks every block of FileID in a base set (1) and an altered set (2) and
 // stores the altered side of each block that differs: sizes first, the bytes
 // only when both sizes are equal and above 0; extra words are not compared.
 // An altered block of Size below 1 is stored present and empty with its Size
 // as it came. Hues groups are compared as 708-byte source groups and stored
-// converted. A missing MUL file on either side ends the call at once.
-void CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
+// converted. A missing MUL file on either side ends the call at once,
+// answering true.
+bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
                 const std::string& IDXFilename2, uint8_t FileID);
 
 // True if every element of First equals the element of Second at the same
 // index; an empty First is equal to anything. A Second shorter than First is
 // a failure (an index outside the array).
 bool SameBytes(const ByteArray& First, const ByteArray& Second);
+
+// Shared by import and compare: cMUL::cOpen, with an answer other than 0 a
+// Failure of cMUL's text and the file's name (both names for a pair).
+void OpenMUL(cMUL& Mul, const std::string& IDXFilename, const std::string& MULFilename, int32_t ConstantIndex,
+             int32_t NbrOfBlocks, int32_t Offset);
 
 // Shared by import and compare: a source block with bytes (Size above 0)
 // into its slot; a Hues group converted to its verdata form first, with

@@ -5,6 +5,7 @@
 #include "base/cError.h"
 #include "support/Services.h"
 #include "base/BinaryFile.h"
+#include "base/ByteIO.h"
 #include "support/mConvert.h"
 
 namespace quillet {
@@ -18,8 +19,8 @@ void LoadRadarColFrom(const std::string& path) {
         std::vector<uint8_t> raw(RadarColors.size() * 2, 0);
         BinaryFile file;
         if (file.Open(path, BinaryFile::Mode::Read)) file.ReadAt(0, raw.data(), raw.size());
-        for (size_t index = 0; index < RadarColors.size(); ++index)
-            RadarColors[index] = ColorFrom555(LoadI16(&raw[index * 2]));
+        LeReader entries(raw);
+        for (int32_t& colour : RadarColors) colour = ColorFrom555(entries.I16());
     } catch (...) {
         gError.Log("mRadarCol.LoadRadarCol");
     }

@@ -12,7 +12,7 @@ namespace {
 
 using namespace test;
 
-void LoadAll(const std::string& path) { LoadMUO(path, 0, 255, 0, 400000); }
+bool LoadAll(const std::string& path) { return LoadMUO(path, 0, 255, 0, 400000); }
 
 TEST_F(PatchTest, ForeignMuoLoadsToTheExactSlotsAndFlags) {
     Bytes file = Bytes{}.muoHeader(8, 1, "Some other tool's patch", "", "Somebody else");
@@ -77,6 +77,25 @@ TEST_F(PatchTest, RoundTripKeepsEveryBlockSizeExtraAndFlag) {
     EXPECT_EQ(test::ReadFile(Path("again.muo")), saved);
 }
 
+// The last entry's data must hold its whole Size: one byte short is a cut
+// file, a failure, not a block padded with a zero.
+TEST_F(PatchTest, LastEntryOneByteShortOfItsSizeFailsTheLoad) {
+    const Bytes first = Bytes{}.muoHeader(2).muo(4, 1, 0, 2, {1, 2});
+    test::WriteFile(Path("whole.muo"), Bytes{first}.muo(4, 2, 5, 3, {7, 8, 9}).b);
+    test::WriteFile(Path("short.muo"), Bytes{first}.muo(4, 2, 5, 3, {7, 8}).b);
+    EXPECT_TRUE(LoadAll(Path("whole.muo")));
+    ExpectBlock(4, 2, 3, 5, {7, 8, 9});
+    EXPECT_TRUE(LogLines().empty());
+    PatchDispose();
+    PatchNew();
+    EXPECT_FALSE(LoadAll(Path("short.muo")));
+    ASSERT_EQ(LogLines().size(), 1u);
+    EXPECT_NE(LogLines()[0].find("mPatch.LoadMUO: a Size too large to allocate: 3 bytes, 2 left"), std::string::npos)
+        << LogLines()[0];
+    ExpectBlock(4, 1, 2, 0, {1, 2});  // the entry before stays
+    ExpectAbsent(4, 2);
+}
+
 // More of this (cut files, hostile counts and sizes) is in the hostile corpus;
 // a folder that cannot be written, a full disk, files that vanish: DiskFaultTest.
 TEST_F(PatchTest, EmptyOrUnreadableOrForeignVersionLoadsNothingSilently) {
@@ -86,8 +105,9 @@ TEST_F(PatchTest, EmptyOrUnreadableOrForeignVersionLoadsNothingSilently) {
     EXPECT_FALSE(test::Exists(TempNameBeside(Path("empty.muo"))));
     test::WriteFile(Path("v2.muo"), Bytes{}.muoHeader(1, 2).muo(4, 1, 0, 1, {1}).b);
     test::WriteFile(Path("cut.muo"), Bytes{}.text("MUOP").le(1).str("MUO").text("Cre").b);  // inside the description
-    for (const std::string name : {"empty.muo", "v2.muo", "cut.muo", "missing.muo"}) LoadAll(Path(name));
-    LoadAll("");
+    for (const std::string name : {"empty.muo", "v2.muo", "cut.muo", "missing.muo"})
+        EXPECT_TRUE(LoadAll(Path(name))) << name;
+    EXPECT_TRUE(LoadAll(""));
     for (int id = 0; id < kFileIDs; ++id) EXPECT_EQ(PatchBlocks[id].Count, 0);
     EXPECT_TRUE(messages.empty());
     EXPECT_TRUE(LogLines().empty());

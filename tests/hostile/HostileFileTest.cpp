@@ -308,7 +308,7 @@ std::vector<Case> Corpus() {
                  ::close(partner);
                  ::unlink(idx.c_str());
              },
-             "mMuls.LoadMUL", "not open", Lacks(4, 0)));
+             "mMuls.LoadMUL", "Unable to open. ", Lacks(4, 0)));
     add(Logs("mul_into_an_unused_type", {{"in.mul", mul10}, {"in.idx", {}}}, Mul(1, 0, 10), "mMuls.LoadMUL",
              "Subscript"));
     // A Map file shorter than its blocks: zeros where it ended.

@@ -29,7 +29,7 @@ protected:
         test::WriteFile(Path(name + ".idx"), idx.b);
         test::WriteFile(Path(name + ".mul"), Text(mul));
     }
-    void CompareArt() { CompareMUL(Path("base.mul"), Path("base.idx"), Path("new.mul"), Path("new.idx"), kArt); }
+    bool CompareArt() { return CompareMUL(Path("base.mul"), Path("base.idx"), Path("new.mul"), Path("new.idx"), kArt); }
 };
 
 TEST_F(CompareTest, StoresTheAlteredSideOfWhatDiffers) {
@@ -44,7 +44,7 @@ TEST_F(CompareTest, StoresTheAlteredSideOfWhatDiffers) {
     StoreBlock(kArt, 0, 2, 77, Text("pp"));
     StoreBlock(kArt, 7, 2, 78, Text("qq"));
     const int64_t dataBefore = DataFileHandle.Size();
-    CompareArt();
+    EXPECT_TRUE(CompareArt());
     ExpectBlock(kArt, 0, 2, 77, Text("pp"));
     ExpectBlock(kArt, 1, 4, 101, Text("new!"));
     ExpectBlock(kArt, 2, -1, 102);
@@ -66,14 +66,37 @@ TEST_F(CompareTest, StoresTheAlteredSideOfWhatDiffers) {
     PatchNew();
     PatchBlocks[kArt].Count = 42;  // a stale count shows whether a recount ran
     test::WriteFile(Path("base.idx"), Bytes{}.record(0, 3, 1).record(-1, -1, 2).record(0, 5000, 3).b);
-    CompareArt();
+    EXPECT_FALSE(CompareArt());
     EXPECT_TRUE(Logged("mMuls.CompareMUL"));
     ExpectBlock(kArt, 1, 4, 101, Text("new!"));
     EXPECT_EQ(PatchBlocks[kArt].Count, 42);
     // No altered MUL file: the call ends before anything.
-    CompareMUL(Path("base.mul"), Path("base.idx"), "", Path("new.idx"), kArt);
+    EXPECT_TRUE(CompareMUL(Path("base.mul"), Path("base.idx"), "", Path("new.idx"), kArt));
     ExpectAbsent(kArt, 0);
     EXPECT_EQ(PatchBlocks[kArt].Count, 42);
+    // An altered IDX file that cannot be opened ends the call through its
+    // failure path, under the altered side's names, before any block.
+    const std::string noIdx = Path("no folder/new.idx");
+    const size_t linesBefore = LogLines().size();
+    EXPECT_FALSE(CompareMUL(Path("base.mul"), Path("base.idx"), Path("new.mul"), noIdx, kArt));
+    ASSERT_EQ(LogLines().size(), linesBefore + 1);
+    EXPECT_NE(LogLines().back().find("mMuls.CompareMUL: Unable to open. " + noIdx + " and " + Path("new.mul")),
+              std::string::npos)
+        << LogLines().back();
+    ExpectAbsent(kArt, 0);
+    EXPECT_EQ(PatchBlocks[kArt].Count, 42);
+}
+
+// Blocks of one byte: the byte itself decides, as for any longer block.
+TEST_F(CompareTest, OneByteBlocksDifferByTheirByte) {
+    WriteArt("base", {{1, 1, "a"}, {1, 2, "c"}, {1, 3, std::string(1, '\0')}});
+    WriteArt("new", {{1, 11, "b"}, {1, 12, "c"}, {1, 13, std::string(1, '\xFF')}});
+    EXPECT_TRUE(CompareArt());
+    ExpectBlock(kArt, 0, 1, 11, Text("b"));
+    ExpectAbsent(kArt, 1);
+    ExpectBlock(kArt, 2, 1, 13, ByteArray{0xFF});
+    EXPECT_EQ(PatchBlocks[kArt].Count, 2);
+    EXPECT_TRUE(LogLines().empty());
 }
 
 TEST_F(CompareTest, HuesCompareSourceGroupsAndStoreTheVerdataForm) {

@@ -76,13 +76,33 @@ TEST_F(ImportTest, LimitsAddToThePatchAndRecount) {
 TEST_F(ImportTest, MissingMulFileEndsTheCallBeforeAnything) {
     WriteSparseArt();
     PatchBlocks[kArt].Count = 42;  // a stale count shows whether a recount ran
-    LoadMUL(Path("none.mul"), Path("art.idx"), kArt, 0, 400000);
-    LoadMUL("", Path("art.idx"), kArt, 0, 400000);
-    LoadTiledata(Path("none.mul"), 0, 1023);
+    EXPECT_TRUE(LoadMUL(Path("none.mul"), Path("art.idx"), kArt, 0, 400000));
+    EXPECT_TRUE(LoadMUL("", Path("art.idx"), kArt, 0, 400000));
+    EXPECT_TRUE(LoadTiledata(Path("none.mul"), 0, 1023));
     EXPECT_EQ(PatchBlocks[kArt].Count, 42);
     ExpectAbsent(kArt, 0);
     ExpectAbsent(kTiledata, 0);
     EXPECT_TRUE(LogLines().empty());
+}
+
+// An IDX file that cannot be opened (here: created, in a folder that does not
+// exist) ends the import through its failure path, even for a range that
+// walks no block at all; a whole import answers true.
+TEST_F(ImportTest, IndexThatCannotBeOpenedIsAFailure) {
+    WriteSparseArt();
+    PatchBlocks[kArt].Count = 42;
+    const std::string idx = Path("no folder/art.idx");
+    for (const auto& [from, to] : {std::pair{0, 4}, std::pair{10, 5}}) {
+        EXPECT_FALSE(LoadMUL(Path("art.mul"), idx, kArt, from, to)) << from;
+        ExpectAbsent(kArt, 0);
+        EXPECT_EQ(PatchBlocks[kArt].Count, 42);  // no recount
+    }
+    EXPECT_EQ(LogLines().size(), 2u);
+    for (const std::string& line : LogLines())
+        EXPECT_NE(line.find("mMuls.LoadMUL: Unable to open. " + idx + " and " + Path("art.mul")), std::string::npos)
+            << line;
+    EXPECT_TRUE(LoadMUL(Path("art.mul"), Path("art.idx"), kArt, 0, 4));
+    EXPECT_EQ(PatchBlocks[kArt].Count, 5);
 }
 
 TEST_F(ImportTest, HuesGroupsBecomeTheirVerdataForm) {
