@@ -1,7 +1,8 @@
 // The four dialogs of patch building driven as a user drives them: what they
 // show on opening, what each selection shows, what a click with a missing
-// file does (nothing), which loader gets which limits, the refresh after it,
-// and Cancel.
+// file does (nothing), how the boxes become the job's request, what the user
+// sees during the job and after it, and Cancel. The jobs themselves (wait
+// texts, loaders, what they store) are tested once in JobsTest and below it.
 #include <QAction>
 #include <QComboBox>
 #include <QMenu>
@@ -66,6 +67,7 @@ bool SmallPicture(const QString& path) {
     return picture.save(path, "BMP");
 }
 bool Shown(QWidget* control) { return !control->isHidden(); }
+const QString kImportMul = "Importing MUL data. Please wait";
 
 }  // namespace
 
@@ -243,10 +245,12 @@ private Q_SLOTS:
         QCOMPARE(PatchBlocks[4].Count, 0);
     }
 
-    // Each loader with the limits a user may type: 2.5 reads as 2, 3.5 and 4.5 as 4 (to even), "&H10" as
-    // 16, "12abc" as 12, an empty box as 0. The FileID boxes are hidden for a file type and not read, whatever
-    // they hold; so is an IDX text left over from an earlier selection. The files' contents: the loaders' tests.
-    void importRunsTheChosenLoaderWithTheLimits() {
+    // The boxes as a user may type them go into the request: 2.5 reads as 2, 3.5 and 4.5 as 4 (to even),
+    // "&H10" as 16, "4abc" as 4, an empty box as 0. The FileID boxes are hidden for a file type and not
+    // read, whatever they hold; a type without an index needs no IDX file, so a text left over from an
+    // earlier selection stops nothing. Each source's loader and wait text: JobsTest; what the loaders
+    // store: the loaders' tests. Here only which blocks arrive, and the tree that shows them.
+    void importPassesItsLimitsToTheJob() {
         test::Bytes muo;
         muo.muoHeader(10);
         for (int block = 0; block <= 6; ++block) muo.muo(4, block, block, 3, Bytes(3, block));
@@ -254,87 +258,24 @@ private Q_SLOTS:
         QVERIFY(WriteAll(
             P("limits.muo"),
             muo.muo(2, 3, 0, 7, Bytes(7, 2)).muo(16, 3, 0, 2, Bytes(2, 3)).muo(30, 3, 0, 836, Bytes(836, 4)).b));
-        test::Bytes uop;
-        uop.uopHeader(4, 6);
-        for (int block = 0; block <= 3; ++block) uop.uop(12, block, 5, 0x00100010, Bytes(5, block));
-        QVERIFY(WriteAll(P("limits.uop"), uop.uop(14, 0, 5, 0, Bytes(5, 9)).uop(10, 0, 5, 0, Bytes(5, 9)).b));
-        QVERIFY(WriteAll(P("verdata-in.mul"), test::Bytes{}
-                                                  .le(4)
-                                                  .verdata(31, 0, 84, 6, 7)
-                                                  .verdata(31, 1, 90, 6, 7)
-                                                  .verdata(32, 0, 96, 1220, 0)
-                                                  .verdata(16, 0, 1316, 4, 0)
-                                                  .raw(Bytes(6, 1))
-                                                  .raw(Bytes(6, 2))
-                                                  .raw(Bytes(1220, 3))
-                                                  .raw(Bytes(4, 4))
-                                                  .b));
         WriteIdxMul(P("art.idx"), P("art.mul"),
                     {Bytes(10, 0), Bytes(11, 1), Bytes(12, 2), std::nullopt, Bytes(14, 4), Bytes(15, 5)});
         QVERIFY(
             WriteAll(P("map0.mul"), QByteArray(196, 1) + QByteArray(196, 2) + QByteArray(196, 3) + QByteArray(196, 4)));
-        QVERIFY(WriteAll(P("tiledata.mul"), QByteArray(512 * 836 + 512 * 1188, '\1')));
-        const QString mul = "Importing MUL data. Please wait";
         const struct {
             int listIndex;
             QStringList texts;  // MUL and IDX file (in the scratch directory), FileID and block limits
             QString wait;
             std::vector<std::pair<int, std::vector<int32_t>>> present;  // per FileID
             const char* node;
-            int probeID, probeBlock;  // and a block of it with the bytes it must have
-            ByteArray probe;
         } cases[] = {
             {0,
-             {"limits.muo", "", "4", "&H10", "2.5", "3.5"},
+             {"limits.muo", "", "4abc", "&H10", "2.5", "3.5"},
              "Importing MUO file. Please wait.",
              {{4, {2, 3, 4}}, {16, {3}}, {2, {}}, {30, {}}},
-             "Skills (1)",
-             4,
-             3,
-             Bytes(3, 3)},
-            {2,
-             {"limits.uop", "", "12abc", " 12", "", "1.5"},
-             "Importing UOP file. Please wait.",
-             {{12, {0, 1, 2}}, {14, {}}, {10, {}}},
-             "Gumps (3)",
-             12,
-             2,
-             Bytes(5, 2)},
-            {1,
-             {"verdata-in.mul", "", "&H1F", "32", "0", ""},
-             "Importing Verdata. Please wait.",
-             {{31, {0}}, {32, {0}}, {16, {}}},
-             "Animdata (1)",
-             31,
-             0,
-             Bytes(6, 1)},
-            {5,
-             {"art.mul", "art.idx", "999", "nonsense", "&H2", "4.5"},
-             mul,
-             {{4, {2, 3, 4}}},
-             "Art (3)",
-             4,
-             4,
-             Bytes(14, 4)},
-            {3,
-             {"map0.mul", "left-over.idx", "0", "255", "1", "2"},
-             mul,
-             {{0, {1, 2}}},
-             "Map (2)",
-             0,
-             2,
-             ByteArray(196, 3)},
-            // 513.5 is 514: to even. The sections' sizes and places: ImportTest.
-            {12,
-             {"tiledata.mul", "", "0", "255", "510.5", "513.5"},
-             mul,
-             {{30, {510, 511, 512, 513, 514}}},
-             "Tiledata (5)",
-             30,
-             510,
-             ByteArray(836, 1)},
-            {5, {"art.mul", "art.idx", "", "", "10", "5"}, mul, {{4, {}}}, "Art (0)", -1, 0, {}},  // the wrong way
-                                                                                                   // round
+             "Skills (1)"},
+            {5, {"art.mul", "art.idx", "999", "nonsense", "&H2", "4.5"}, kImportMul, {{4, {2, 3, 4}}}, "Art (3)"},
+            {3, {"map0.mul", "left-over.idx", "0", "255", "", "1.5"}, kImportMul, {{0, {0, 1, 2}}}, "Map (3)"},
         };
         for (const auto& c : cases) {
             auto dialog = RunImport(
@@ -342,20 +283,17 @@ private Q_SLOTS:
             CheckRanAndClosed(dialog.get(), c.wait);
             QCOMPARE(dialog->result(), int(QDialog::Accepted));
             for (const auto& [FileID, blocks] : c.present) QCOMPARE(ListedBlocks(FileID), blocks);
-            if (c.probeID >= 0) QCOMPARE(ReadBlockBytes(c.probeID, c.probeBlock), c.probe);
             QVERIFY2(!TreeStale() && TreeTexts().contains(c.node), qPrintable(c.texts[0]));
         }
     }
 
     // A limit outside its range never starts the import: the user is told,
     // the dialog stays with the box selected, the main window stays usable.
+    // One box of each kind; where each parse's range ends: ConvertTest.
     void importLimitOutOfRange() {
         const struct {
             const char *fileTo, *blockTo, *box;
-        } cases[] = {{"256", "5", "txtFileIDTo"},
-                     {"-0.6", "5", "txtFileIDTo"},
-                     {"255", "2147483648", "txtBlockTo"},
-                     {"255", "&H1FFFFFFFF", "txtBlockTo"}};
+        } cases[] = {{"256", "5", "txtFileIDTo"}, {"255", "2147483648", "txtBlockTo"}};
         QVERIFY(WriteAll(P("one.muo"), test::Bytes{}.muoHeader(1).muo(4, 1, 0, 3, Bytes(3, 1)).b));
         for (const auto& c : cases) {
             auto dialog = RunImport(0, {P("one.muo"), "", "0", c.fileTo, "0", c.blockTo});
@@ -373,8 +311,9 @@ private Q_SLOTS:
         }
     }
 
-    // An empty patch: told, the dialog closes. Cancel writes nothing; Export writes verdata.mul beside the
-    // program, keeps the old one as verdata.bak and redraws nothing (an export changes no patch).
+    // An empty patch: told once (by the job), the dialog closes. Cancel writes nothing; Export writes
+    // verdata.mul beside the program and redraws nothing (an export changes no patch). The file's layout
+    // and the backup: ExportTest.
     void exportWritesVerdataBesideTheProgram() {
         auto dialog = Open<frmExport>();
         Click(dialog->cmdExport);
@@ -393,11 +332,7 @@ private Q_SLOTS:
         CheckRanAndClosed(dialog.get(), "Exporting to verdata. Please wait.");
         QVERIFY(TreeStale() && env.messages.empty());
         QCOMPARE(waits.size(), size_t{1});
-        QCOMPARE(guitest::ReadBytes(P("verdata.bak")), old);
-        // The old entry and the patch's block; the layout itself: ExportTest.
-        QCOMPARE(
-            guitest::ReadBytes(P("verdata.mul")),
-            test::Bytes{}.le(2).verdata(16, 0, 44, 4, 0).verdata(4, 7, 48, 3, 0).raw(Bytes(4, 1)).raw(Bytes(3, 7)).b);
+        QVERIFY(guitest::ReadBytes(P("verdata.mul")) != old);
     }
 
     // A failure the export only logs (here an old file that counts more entries than it holds) is still
@@ -414,7 +349,7 @@ private Q_SLOTS:
     }
 
     // Each first with a file missing (nothing happens), then with all: an Art set with indexes, Radarcol, of
-    // constant size, without. What differs and what is stored: CompareTest.
+    // constant size, without (its IDX boxes are not asked for). What differs and what is stored: CompareTest.
     void compareStoresWhatDiffers() {
         WriteIdxMul(P("base.idx"), P("base.mul"), {Bytes(8, 0), Bytes(8, 1), Bytes(8, 2), Bytes(8, 3)});
         WriteIdxMul(P("new.idx"), P("new.mul"), {Bytes(8, 0), Bytes(8, 9), Bytes(8, 2), std::nullopt, Bytes(5, 4)});
@@ -423,13 +358,11 @@ private Q_SLOTS:
         radar[2 * 5] = 0x1F;
         QVERIFY(WriteAll(P("radar-new.mul"), radar));
         const struct {
-            int listIndex, missing, FileID;
+            int listIndex, missing;
             QStringList files;  // base MUL and IDX, altered MUL and IDX
-            std::vector<int32_t> present;
-            ByteArray first;  // the first present block's bytes
             const char* node;
-        } cases[] = {{2, 3, 4, {"base.mul", "base.idx", "new.mul", "new.idx"}, {1, 3, 4}, Bytes(8, 9), "Art (3)"},
-                     {13, 0, 129, {"radar-base.mul", "", "radar-new.mul", ""}, {5}, {0x1F, 0}, "Radarcol (1)"}};
+        } cases[] = {{2, 3, {"base.mul", "base.idx", "new.mul", "new.idx"}, "Art (3)"},
+                     {13, 0, {"radar-base.mul", "", "radar-new.mul", ""}, "Radarcol (1)"}};
         for (const auto& c : cases) {
             auto dialog = Open<frmCompare>();
             dialog->cboMULType->setCurrentIndex(c.listIndex);
@@ -442,13 +375,12 @@ private Q_SLOTS:
             boxes[c.missing]->setText(P(c.files[c.missing]));
             Click(dialog->cmdCompare);
             CheckRanAndClosed(dialog.get(), "Comparing MUL data. Please wait.");
-            QCOMPARE(ListedBlocks(c.FileID), c.present);
-            QCOMPARE(ReadBlockBytes(c.FileID, c.present.front()), c.first);
-            QVERIFY(TreeTexts().contains(c.node));
+            QVERIFY2(TreeTexts().contains(c.node), c.node);
         }
     }
 
-    // Each picture kind read from its file, with index forms a user may type. Pixels to gump: GumpTest.
+    // Each picture kind the dialog reads, by its content, with index forms a user may type; the size the
+    // gump slot records shows the picture was read whole. Pixels to gump: GumpTest and the CLI's tests.
     void gumpFromEachPictureKind() {
         QImage black(4, 2, QImage::Format_RGB32), grey(6, 3, QImage::Format_RGB32);
         black.fill(Qt::black);
@@ -458,16 +390,11 @@ private Q_SLOTS:
         QVERIFY(WriteAll(
             P("red.gif"),
             QByteArray("GIF89a\x01\0\x01\0\x80\0\0\xff\0\0\0\0\0,\0\0\0\0\x01\0\x01\0\0\x02\x02\x44\x01\0;", 35)));
-        // One run of the whole width per row: grey 128 (give or take JPEG) is 16, 16, 16 in five bits.
-        test::Bytes greyRows = test::Bytes{}.le(3).le(4).le(5);
-        for (int row = 0; row < 3; ++row) greyRows.le16(16 * 1024 + 16 * 32 + 16).le16(6);
         const struct {
             const char *file, *index;
-            int32_t block, extra;
-            ByteArray bytes;
-        } cases[] = {{"black.bmp", "0x10", 16, 262146, {2, 0, 0, 0, 3, 0, 0, 0, 0, 0, 4, 0, 0, 0, 4, 0}},
-                     {"grey.jpg", "10", 10, (6 << 16) | 3, greyRows.b},
-                     {"red.gif", "0X11", 17, (1 << 16) | 1, {1, 0, 0, 0, 0, 0x7C, 1, 0}}};
+            int32_t block, extra;  // width and height
+        } cases[] = {{"black.bmp", "0x10", 16, (4 << 16) | 2}, {"grey.jpg", "10", 10, (6 << 16) | 3},
+                     {"red.gif", "0X11", 17, (1 << 16) | 1}};
         for (const auto& c : cases) {
             auto dialog = Open<frmGump>();
             dialog->txtPicture->setText(P(c.file));
@@ -478,7 +405,6 @@ private Q_SLOTS:
                               true);  // in sight while it converts
             QCOMPARE(ListedBlocks(12), std::vector<int32_t>{c.block});
             QCOMPARE(Slot(12, c.block).Extra, c.extra);
-            QCOMPARE(ReadBlockBytes(12, c.block), c.bytes);
             QVERIFY(TreeTexts().contains("Gumps (1)"));
         }
     }
@@ -499,12 +425,12 @@ private Q_SLOTS:
         QCOMPARE(env.messages.size(), size_t{2});
         QVERIFY(QString::fromStdString(env.messages[0]).contains("could not be read as a picture"));
         QVERIFY(LogText().contains("frmGump.cmdImport_Click"));
-        // An index past the Gumps type: the conversion logs it, stores nothing; the dialog closes as after a success.
+        // An index past the Gumps type: the job refuses it (JobsTest); the dialog says no more and closes
+        // as after a success.
         dialog->txtIndex->setText("65536");
         Click(dialog->cmdImport);
         CheckRanAndClosed(dialog.get(), "Converting picture to gump. Please wait.", true);
-        QCOMPARE(PatchBlocks[12].Count, 0);
-        QVERIFY(LogText().contains("mGumps.Gump_LoadBMP"));
+        QCOMPARE(env.messages.size(), size_t{2});
     }
 
     // The browse buttons: the file dialog's title, filter and folder; a MUL file need not exist, an index
@@ -530,8 +456,7 @@ private Q_SLOTS:
         for (const auto& [index, title] : {std::pair<int, QString>{0, "Patchfile|Patchfile (*.muo)"},
                                            {1, "Verdata.mul|Verdata (*.mul)"},
                                            {2, "Patchfile|Patchfile (*.uop)"},
-                                           {3, mul},
-                                           {12, mul}}) {
+                                           {3, mul}}) {
             import->cboMULType->setCurrentIndex(index);
             browse(import->cmdMUL, import->txtMUL, "chosen" + QString::number(index), true, title);
         }
@@ -581,7 +506,6 @@ private Q_SLOTS:
         });
         form->mnuImport->trigger();
         QVERIFY(opened.isNull());  // gone with the command
-        QCOMPARE(ListedBlocks(14), std::vector<int32_t>{2});
         QVERIFY(TreeTexts().contains("Multis (1)"));
         QVERIFY(form->mnuImport->isEnabled());
     }

@@ -156,15 +156,13 @@ private Q_SLOTS:
         QTableView* art = form->lvPage[0];
         SelectRows(art, {0, 1});
         PopupMenu_Run("EXPORT 4");
-        QCOMPARE(guitest::ReadAll(env.Path("export/4_1A.dat")), QByteArray("\x0A\x14\x1E\x28\x32", 5));
-        QVERIFY(!QFile::exists(env.Path("export/4_1B.dat")) &&
-                QDir(env.Path("import")).exists());  // 1B: no bytes, no file
-        // Moved across with other bytes: the block takes them, Extra -1.
+        QVERIFY(QFile::exists(env.Path("export/4_1A.dat")) && !QFile::exists(env.Path("export/4_1B.dat")) &&
+                QDir(env.Path("import")).exists());  // 1B: no bytes, no file; the bytes: BlockCommandsTest
+        // Moved across with other bytes: the row shows the block's new size, Extra -1.
         QVERIFY(guitest::WriteAll(env.Path("import/4_1A.dat"), QByteArray("\x01\x02\x03", 3)));
         SelectRows(art, {0});
         PopupMenu_Run("IMPORT 4");
-        QVERIFY(ReadBlockBytes(4, 26) == ByteArray({1, 2, 3}) &&
-                RowTexts(art, 0) == QStringList({"1A", "3", "FFFFFFFF"}));
+        QCOMPARE(RowTexts(art, 0), QStringList({"1A", "3", "FFFFFFFF"}));
     }
 
     // The rows themselves: HexRowsTest.
@@ -234,7 +232,8 @@ private Q_SLOTS:
         QVERIFY(PatchBlocks[8].Count == 0 && form->windowTitle() == kNewTitle && form->PatchFilename.isEmpty());
         answer = one;
         form->mnuOpen_Click();
-        QVERIFY(PatchBlocks[8].Count == 2 && ReadBlockBytes(8, 2) == ByteArray{8} && form->windowTitle() == oneTitle);
+        // What the file holds after the round trip: JobsTest.
+        QVERIFY(PatchBlocks[8].Count == 2 && form->windowTitle() == oneTitle);
         QVERIFY(filters.size() == 5 && filters.first() == "MUO Patchfile (*.muo)");
         SetFileDialogOverride(nullptr);
         QCOMPARE(ConvertFilter("MUO Patchfile (*.muo) |*.muo|"), QString("MUO Patchfile (*.muo)"));
