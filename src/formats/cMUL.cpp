@@ -14,7 +14,7 @@ namespace {
 
 constexpr int32_t kRecordSize = 12;
 
-// The run-time hands out a number per open file; nothing but "is it 0" is
+// Each open file gets a nonzero number; nothing but "is it 0" is
 // ever asked of it here, so a counter that never gives 0 does.
 int32_t NewFileNumber() {
     static int32_t last = 0;
@@ -22,7 +22,7 @@ int32_t NewFileNumber() {
     return last;
 }
 
-// The run-time's binary mode: read and write at any position, a missing file
+// Opens for reading and writing at any position, a missing file
 // created empty. A file we may only read (the client on a read-only mount)
 // still opens, for reading; a cSave on it then fails.
 bool OpenBinary(BinaryFile& file, const std::string& path) {
@@ -71,7 +71,7 @@ int32_t cMUL::cOpen(const std::string& IDXFilename, const std::string& MULFilena
             if (!OpenBinary(idx_, IDXFilename)) Fail("Unable to open " + IDXFilename);
             IDXFile = NewFileNumber();
             Offset = 0;
-            // The run-time's file length is 32-bit: an IDX file of 2 GB or
+            // The length is taken as a 32-bit number: an IDX file of 2 GB or
             // more is beyond it. Ties go to the even count (18 bytes: 2).
             const int32_t length = ToLong(idx_.Size());
             BlockTotal = ToLong(static_cast<int64_t>(std::nearbyint(static_cast<double>(length) / kRecordSize)));

@@ -23,7 +23,7 @@ public:
     // constantIndex 0 (or below) opens the pair IDXFilename + MULFilename and
     // ignores nbrOfBlocks and offset; above 0 it opens MULFilename alone, with
     // nbrOfBlocks blocks of constantIndex bytes from offset on. A missing file
-    // is created empty, as the run-time's binary mode does. Answers 0, 500
+    // is created empty, as a binary-mode open does. Answers 0, 500
     // (could not open), 501 (an IDX file is already open on this object) or
     // 502 (constant size with nbrOfBlocks below 1).
     int32_t cOpen(const std::string& IDXFilename, const std::string& MULFilename, int32_t constantIndex,

@@ -56,7 +56,7 @@ Scan ScanRadix(const std::string& text, size_t pos, int base) {
     return {static_cast<double>(static_cast<int32_t>(static_cast<uint32_t>(value))), i, true};
 }
 
-// Sign, digits, point, digits, exponent (E or D, as the run-time takes it);
+// Sign, digits, point, digits, exponent (E or D, either letter in either case);
 // an exponent letter without digits behind it is not read.
 bool ScanDecimalParts(const std::string& text, size_t pos, DecimalParts& parts, size_t& end) {
     const size_t n = text.size();

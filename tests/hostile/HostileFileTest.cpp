@@ -37,7 +37,7 @@ struct Outcome {
     std::string says;                  // what that line's description holds
     int messages = 0;                  // illegal-block messages
     std::map<int, int32_t> counts;     // types left with a Count; every other type has 0
-    std::vector<std::string> created;  // files the design lets the call make
+    std::vector<std::string> created;  // files the call may create
 };
 
 struct Case {
@@ -353,7 +353,7 @@ std::vector<Case> Corpus() {
     add(Quiet("compare_altered_idx_short",
               {{"base.mul", six}, {"base.idx", threeRecords}, {"new.mul", six}, {"new.idx", Bytes{}.record(0, 2, 0).b}},
               Compare(4), {{4, 2}}, All({Lacks(4, 0), Has(4, 1, 0), Has(4, 2, 0), Lacks(4, 3)})));
-    // The run-time's binary mode makes a missing file, empty: the altered
+    // Opening a missing file to read and write creates it empty: the altered
     // side then has no blocks at all.
     add({"compare_altered_idx_missing",
          {{"base.mul", six}, {"base.idx", Bytes{}.record(0, 2, 0).b}, {"new.mul", six}},
