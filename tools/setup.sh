@@ -7,7 +7,7 @@ build=${1:-$here/build}
 shift || true
 
 packages=(build-essential cmake ninja-build pkg-config googletest libgtest-dev libgmock-dev
-          libbenchmark-dev qt6-base-dev clang libclang-rt-14-dev)
+          qt6-base-dev clang libclang-rt-14-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

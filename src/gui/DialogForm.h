@@ -12,7 +12,7 @@
 
 namespace quillet {
 
-// Heights the design leaves to the controls' kind, in twips.
+// Heights set by the kind of control, the same on every form, in twips.
 inline constexpr int kBoxHeight = 315;     // text box, drop-down list, "..." button
 inline constexpr int kButtonHeight = 375;  // the dialog's commands
 

@@ -19,7 +19,7 @@ namespace quillet {
 
 namespace {
 
-// The design gives the width only; this height holds the two rows and the
+// The form's width is fixed; this height holds the two rows and the
 // buttons with the same margin below as above.
 constexpr int kClientHeight = 1500;
 
