@@ -40,20 +40,8 @@ fi
 mkdir -p "$build"
 build=$(cd "$build" && pwd)
 
-packages=(clang llvm-14)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "Run as root (or install these packages): ${missing[*]}" >&2
-    exit 1
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update -q
-  apt-get install -y -q --no-install-recommends "${missing[@]}"
-fi
+. "$here/tools/packages.bash"
+install_missing clang llvm-14
 
 out=$build/coverage
 mkdir -p "$out"

@@ -39,20 +39,8 @@ done
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 
 # What the build needs: clang with its libFuzzer runtime, CMake, Ninja.
-packages=(clang libclang-rt-14-dev cmake ninja-build)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "Run as root (or install these packages): ${missing[*]}" >&2
-    exit 1
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update -q
-  apt-get install -y -q --no-install-recommends "${missing[@]}"
-fi
+. "$here/tools/packages.bash"
+install_missing clang libclang-rt-14-dev cmake ninja-build
 
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DQUILLET_SANITIZE=ON -DQUILLET_BUILD_FUZZ=ON \
