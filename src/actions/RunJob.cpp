@@ -1,5 +1,6 @@
 #include "actions/RunJob.h"
 
+#include "base/Warnings.h"
 #include "base/cError.h"
 #include "core/mWait.h"
 
@@ -7,6 +8,7 @@ namespace quillet {
 
 Result RunJobBody(const std::string& waitText, const char* name, const std::function<bool()>& body) {
     FailureWatch watch;
+    const WarningWatch warnings;
     if (!waitText.empty()) Wait_Start(waitText);
     bool ok = false;
     try {
@@ -17,8 +19,10 @@ Result RunJobBody(const std::string& waitText, const char* name, const std::func
         gError.Log(name);
     }
     if (!waitText.empty()) Wait_Stop();
-    if (watch.Failed()) return Result::Logged(watch.First());
-    return ok ? Result::Success() : Result::Failed(std::string(name) + " did not finish");
+    Result result = watch.Failed() ? Result::Logged(watch.First())
+                    : ok           ? Result::Success()
+                                   : Result::Failed(std::string(name) + " did not finish");
+    return result.WithWarnings(warnings.Texts());
 }
 
 }  // namespace quillet

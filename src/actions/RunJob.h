@@ -13,6 +13,7 @@ namespace quillet {
 // Runs body between Wait_Start(waitText) and Wait_Stop() (no wait for an
 // empty text). The answer is the first failure logged meanwhile, by body or
 // anything it called; else a failure if body answered false; else success.
+// Warnings given meanwhile ride along with the answer.
 // Anything body throws is logged under name and ends it.
 Result RunJobBody(const std::string& waitText, const char* name, const std::function<bool()>& body);
 

@@ -5,6 +5,7 @@
 // end tells the user once.
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace quillet {
 
@@ -26,6 +27,13 @@ public:
     bool WasLogged() const { return failed_ && told_ == Told::Logged; }
     bool WasShown() const { return failed_ && told_ == Told::Shown; }
 
+    // What the job went on past (base/Warnings.h), whether it succeeded or not.
+    const std::vector<std::string>& Warnings() const { return warnings_; }
+    Result& WithWarnings(std::vector<std::string> warnings) {
+        warnings_ = std::move(warnings);
+        return *this;
+    }
+
 private:
     Result() = default;
     Result(std::string text, Told told) : failed_(true), told_(told), text_(std::move(text)) {}
@@ -33,6 +41,7 @@ private:
     bool failed_ = false;
     Told told_ = Told::Nobody;
     std::string text_;
+    std::vector<std::string> warnings_;
 };
 
 }  // namespace quillet

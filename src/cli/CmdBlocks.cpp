@@ -82,7 +82,7 @@ void AddBlockCommands(std::vector<CommandSpec>& table) {
     table.push_back({"extract",
                      "write a block's raw bytes to a file, exactly as a dat file",
                      {"extract --patch P --type T --block N --to FILE"},
-                     {PatchOption(), TypeOption(), kBlockOption,
+                     {PatchOption(), NoWaitOption(), TypeOption(), kBlockOption,
                       {"--to", "FILE", "the file to write; an existing file is replaced whole"}},
                      "A block that is not in the patch, or that has no bytes, is a failure (exit status 1) and "
                      "writes nothing.",
@@ -90,7 +90,7 @@ void AddBlockCommands(std::vector<CommandSpec>& table) {
     table.push_back({"replace",
                      "replace a block that the patch has with the bytes of a dat file",
                      {"replace --patch P --type T --block N --from FILE [--out FILE]"},
-                     {PatchOption(), TypeOption(), kBlockOption, {"--from", "FILE", "the dat file to read"},
+                     {PatchOption(), NoWaitOption(), TypeOption(), kBlockOption, {"--from", "FILE", "the dat file to read"},
                       OutOption()},
                      "The block's size becomes the file's length and its flags FFFFFFFF (-1). Only a block "
                      "that is in the patch can be replaced (otherwise exit status 1): blocks come into a patch "
@@ -100,7 +100,7 @@ void AddBlockCommands(std::vector<CommandSpec>& table) {
                      "remove blocks from the patch",
                      {"delete --patch P --type T --blocks A-B [--out FILE]",
                       "delete --patch P --type map|statics --rect X1,Y1,X2,Y2 [--out FILE]"},
-                     {PatchOption(), TypeOption(),
+                     {PatchOption(), NoWaitOption(), TypeOption(),
                       {"--blocks", "A-B", "the blocks to remove (a range, or one number); blocks of the range "
                                           "that are not in the patch are passed over"},
                       {"--rect", "X1,Y1,X2,Y2", "a rectangle of map or statics blocks, the corners as pixels of the page's "
@@ -112,7 +112,7 @@ void AddBlockCommands(std::vector<CommandSpec>& table) {
     table.push_back({"flag",
                      "set a type's verdata flag, which the MUO file keeps",
                      {"flag --patch P --type T --verdata on|off [--out FILE]"},
-                     {PatchOption(), TypeOption(), {"--verdata", "on|off", "the flag's new value"}, OutOption()},
+                     {PatchOption(), NoWaitOption(), TypeOption(), {"--verdata", "on|off", "the flag's new value"}, OutOption()},
                      "A MUO file keeps the flag only in the entries of the type's blocks (a type whose flag is "
                      "off has bit 6, value 64, set in the FileID of each of its entries). A type with no blocks "
                      "in the patch therefore cannot keep the flag: changing it there is a failure (exit status "

@@ -51,7 +51,7 @@ void AddCompareCommands(std::vector<CommandSpec>& table) {
         {"compare",
          "add every block of a type that differs between two versions of a client file",
          {"compare --patch P --type T --base-mul F [--base-idx F] --new-mul F [--new-idx F] [--out FILE]"},
-         {PatchOption(), TypeOption(), {"--base-mul", "F", "the original (base) MUL file"},
+         {PatchOption(), NoWaitOption(), TypeOption(), {"--base-mul", "F", "the original (base) MUL file"},
           {"--base-idx", "F", "its index file (for the types without a fixed block size)"},
           {"--new-mul", "F", "the altered (new) MUL file"},
           {"--new-idx", "F", "its index file (for the types without a fixed block size)"}, OutOption()},

@@ -26,7 +26,7 @@ void AddExportCommands(std::vector<CommandSpec>& table) {
         {"export",
          "write the patch into D/verdata.mul by way of D/verdata.tmp, keeping the old file as D/verdata.bak",
          {"export --patch P --dir D"},
-         {PatchOption(), {"--dir", "D", "the directory that holds the verdata.mul to rewrite"}},
+         {PatchOption(), NoWaitOption(), {"--dir", "D", "the directory that holds the verdata.mul to rewrite"}},
          "The new verdata.mul holds the entries of the old one followed by every block of the patch. It is "
          "written as D/verdata.tmp first and takes the name verdata.mul only when complete, so verdata.mul "
          "names a whole file at every moment. The old file is kept as D/verdata.bak; an older verdata.bak "

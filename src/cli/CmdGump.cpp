@@ -36,7 +36,7 @@ void AddGumpCommands(std::vector<CommandSpec>& table) {
         {"gump",
          "convert a BMP, JPG or GIF picture into a Gumps block",
          {"gump --patch P --picture IMG --index N [--out FILE]"},
-         {PatchOption(), {"--picture", "IMG", "the picture: BMP, JPG or GIF, told by its content"},
+         {PatchOption(), NoWaitOption(), {"--picture", "IMG", "the picture: BMP, JPG or GIF, told by its content"},
           {"--index", "N", "the Gumps block number, 0 to 65535 (decimal, or 0x hex)"}, OutOption()},
          "The picture is stored in the client's run-length form: a table of row starts, then for each row "
          "runs of one colour, with the width and the height in the block's extra word (width in the high 16 "

@@ -79,7 +79,7 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
          {"import --patch P --muo F [--fileids A-B] [--blocks A-B] [--out FILE]",
           "import --patch P (--uop F | --verdata F) [--fileids A-B] [--blocks A-B] [--out FILE]",
           "import --patch P --type T --mul F [--idx F] [--blocks A-B] [--out FILE]"},
-         {PatchOption(),
+         {PatchOption(), NoWaitOption(),
           {"--muo", "F", "a MUO patch file to merge"},
           {"--uop", "F", "a UOP patch file (version 4 or 5) to merge"},
           {"--verdata", "F", "a verdata.mul to merge"},

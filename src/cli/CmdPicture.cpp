@@ -130,7 +130,7 @@ void AddPictureCommands(std::vector<CommandSpec>& table) {
         {"render",
          "draw the overview picture of the map or statics page, 768 by 512, as a PNG",
          {"render --patch P --page map|statics [--radarcol F] --to OUT.png"},
-         {PatchOption(), {"--page", "map|statics", "which page"},
+         {PatchOption(), NoWaitOption(), {"--page", "map|statics", "which page"},
           {"--radarcol", "F", "the radar colour file (default: the client's radarcol.mul)"},
           {"--to", "OUT.png", "the picture to write; an existing file is replaced whole"}},
          "One pixel per block, block = X * 512 + Y. The map page colours a block by the land tile of its first "

@@ -73,7 +73,7 @@ void AddViewCommands(std::vector<CommandSpec>& table) {
                      "print the block list of a type: the header line \"ID Size Flags\", then one row per block "
                      "in the patch, in rising block order",
                      {"list --patch P --type T"},
-                     {PatchOption(), TypeOption()},
+                     {PatchOption(), NoWaitOption(), TypeOption()},
                      "The columns are separated by one blank. ID is the block number in hexadecimal (upper "
                      "case, no prefix); Size is decimal, with -1 shown as 0; Flags is the block's extra word in "
                      "hexadecimal, a negative value as its 8 digits (FFFFFFFF).",
@@ -81,7 +81,7 @@ void AddViewCommands(std::vector<CommandSpec>& table) {
     table.push_back({"hexdump",
                      "print the bytes of a block as the hex viewer shows them, 16 to a row",
                      {"hexdump --patch P --type T --block N"},
-                     {PatchOption(), TypeOption(), {"--block", "N", "the block number (decimal, or 0x hex)"}},
+                     {PatchOption(), NoWaitOption(), TypeOption(), {"--block", "N", "the block number (decimal, or 0x hex)"}},
                      "Each row is the offset of its first byte in hexadecimal, right-aligned, then 16 bytes as "
                      "two hexadecimal digits each (blanks past the end of the block), then the bytes as text "
                      "between bars, every byte outside 32..126 shown as '.':\n"

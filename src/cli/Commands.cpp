@@ -27,6 +27,12 @@ OptionSpec OutOption() {
             "changes nothing)"};
 }
 
+OptionSpec NoWaitOption() {
+    return {"--no-wait", "",
+            "fail at once (exit status 1) when another command holds the patch or the export directory, "
+            "instead of waiting for it"};
+}
+
 OptionSpec TypeOption() { return {"--type", "T", "a file type: a name from the tree (any case) or a FileID number"}; }
 
 

@@ -44,6 +44,7 @@ int RunDeleteRect(CommandContext& context);
 // The options every patch command has.
 OptionSpec PatchOption();
 OptionSpec OutOption();
+OptionSpec NoWaitOption();
 OptionSpec TypeOption();
 
 

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "actions/RunJob.h"
+#include "base/Warnings.h"
 #include "actions/mExportJob.h"
 #include "actions/mImportJobs.h"
 #include "actions/mPageJobs.h"
@@ -104,6 +105,19 @@ TEST_F(PatchTest, AJobAnswersTheFirstFailureLoggedWhileItRan) {
     const Result thrown = RunJob("Working", "test.Job", []() -> bool { throw std::runtime_error("boom"); });
     EXPECT_EQ(thrown.Text(), "test.Job: boom");
     EXPECT_EQ(stops, 1);
+
+    // Warnings given during a job ride along with its answer, in order, and
+    // only those of this job: the outer watch sees them too, nothing else does.
+    const WarningWatch outer;
+    Warn("before the job");
+    const Result warned = RunJob("", "test.Job", [] {
+        Warn("3 blocks read with zeros");
+        Warn("2 blocks beyond Art's last block");
+    });
+    EXPECT_TRUE(warned.Ok());
+    EXPECT_EQ(warned.Warnings(), (std::vector<std::string>{"3 blocks read with zeros", "2 blocks beyond Art's last block"}));
+    EXPECT_EQ(outer.Texts().size(), 3u);
+    EXPECT_TRUE(RunJob("", "test.Job", [] {}).Warnings().empty());
 }
 
 TEST_F(PatchTest, ExportTellsWhetherTheUserHasSeenItsFailure) {
