@@ -42,10 +42,10 @@ protected:
         // The rectangle as the release will invert it: without its right
         // column and bottom row, cut at the picture's edges.
         const QPoint from(owner_->SelRect.Left, owner_->SelRect.Top);
-        const QRect band = QRect(QPoint(std::min(from.x(), owner_->dragTo_.x()), std::min(from.y(), owner_->dragTo_.y())),
-                                 QPoint(std::max(from.x(), owner_->dragTo_.x()) - 1,
-                                        std::max(from.y(), owner_->dragTo_.y()) - 1))
-                               .intersected(rect());
+        const QRect band =
+            QRect(QPoint(std::min(from.x(), owner_->dragTo_.x()), std::min(from.y(), owner_->dragTo_.y())),
+                  QPoint(std::max(from.x(), owner_->dragTo_.x()) - 1, std::max(from.y(), owner_->dragTo_.y()) - 1))
+                .intersected(rect());
         if (band.isEmpty()) return;
         painter.setCompositionMode(QPainter::RasterOp_SourceXorDestination);
         painter.fillRect(band, Qt::white);
