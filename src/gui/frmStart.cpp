@@ -15,8 +15,8 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QSplitter>
-#include <QStyle>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTableView>
 #include <QTimer>
 #include <QTreeWidget>
@@ -316,9 +316,9 @@ QSize frmStart::FirstStartSize() {
     const QSize page = pageMap->sizeHint();
     const int treeWidth = std::max(Px(kTreeWidth), FullTreeWidth());
     QSize wanted(2 * Px(kMargin) + treeWidth + splitMenu->handleWidth() + page.width(),
-                       menuBar()->sizeHint().height() + 2 * Px(kMargin) +
-                           std::max(lblTitle->minimumHeight(), lblTitle->sizeHint().height()) + Px(kPageGap) +
-                           page.height() + sbStart->sizeHint().height());
+                 menuBar()->sizeHint().height() + 2 * Px(kMargin) +
+                     std::max(lblTitle->minimumHeight(), lblTitle->sizeHint().height()) + Px(kPageGap) + page.height() +
+                     sbStart->sizeHint().height());
     splitMenu->setSizes({treeWidth, page.width()});
     QScreen* screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
     if (!screen) return wanted;
