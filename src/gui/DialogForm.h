@@ -77,7 +77,8 @@ inline QPushButton* MakeBrowseButton(QWidget* form, const char* name) {
 // A box for a limit keeps its width: the design's, or what a number of
 // seven digits needs in a larger font.
 inline void KeepWidth(QLineEdit* box) {
-    box->setFixedWidth(std::max(box->minimumWidth(), box->fontMetrics().horizontalAdvance("0000000") + 2 * Px(kColumnGap)));
+    box->setFixedWidth(
+        std::max(box->minimumWidth(), box->fontMetrics().horizontalAdvance("0000000") + 2 * Px(kColumnGap)));
 }
 
 // A hidden control keeps its room, so the rows below do not move when a
@@ -127,8 +128,7 @@ protected:
         outer->setContentsMargins(0, 0, 0, 0);
         outer->setSpacing(0);
         auto* body = new QHBoxLayout;
-        body->setContentsMargins(Px(places.fieldsLeft), Px(places.commandsTop), Px(places.rightMargin),
-                                 Px(kGroupGap));
+        body->setContentsMargins(Px(places.fieldsLeft), Px(places.commandsTop), Px(places.rightMargin), Px(kGroupGap));
         body->setSpacing(Px(places.commandsGap));
         outer->addLayout(body, 1);
 
@@ -154,7 +154,9 @@ protected:
     }
 
     // A gap between two groups of rows.
-    static void GroupGap(QGridLayout* fields, int row) { fields->setRowMinimumHeight(row, Px(kGroupGap) - Px(kRowGap)); }
+    static void GroupGap(QGridLayout* fields, int row) {
+        fields->setRowMinimumHeight(row, Px(kGroupGap) - Px(kRowGap));
+    }
 
     // The design's client size is the least the dialog takes; a font that
     // needs more gets more. Only a dialog with a path box grows, and only in
