@@ -69,8 +69,8 @@ QRect TextRoom(QWidget* widget, QString& text, bool& wraps) {
     option.iconSize = button->iconSize();
     const bool check = qobject_cast<QCheckBox*>(button) != nullptr;
     if (!check && !qobject_cast<QPushButton*>(button)) return {};
-    return button->style()->subElementRect(check ? QStyle::SE_CheckBoxContents : QStyle::SE_PushButtonContents,
-                                           &option, button);
+    return button->style()->subElementRect(check ? QStyle::SE_CheckBoxContents : QStyle::SE_PushButtonContents, &option,
+                                           button);
 }
 
 void CheckText(QWidget* widget, QStringList& faults) {

@@ -5,10 +5,10 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
-#include <QProgressBar>
 #include <QStatusBar>
 #include <QTableView>
 #include <QTimer>
@@ -341,8 +341,8 @@ private Q_SLOTS:
         });
         MsgBox("Unable to create the new verdata.mul");
         env.CaptureMessages();
-        QCOMPARE(seen, "Quillet Patching Tool|Unable to create the new verdata.mul|" +
-                           QString::number(QMessageBox::Warning));
+        QCOMPARE(seen,
+                 "Quillet Patching Tool|Unable to create the new verdata.mul|" + QString::number(QMessageBox::Warning));
     }
 
     // Each opening of the hex viewer is a load: its own size, whatever the user made of the last one.

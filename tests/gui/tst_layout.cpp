@@ -17,7 +17,10 @@
 #include <memory>
 
 #include "GuiTestEnv.h"
+#include "actions/mStart.h"
 #include "cWindow.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
 #include "frmCompare.h"
 #include "frmExport.h"
 #include "frmGump.h"
@@ -27,16 +30,13 @@
 #include "mMenu.h"
 #include "uLicense.h"
 #include "uScrollPicture.h"
-#include "actions/mStart.h"
-#include "core/mMuls.h"
-#include "core/mPatch.h"
 
 using namespace quillet;
 
 // The faults, one per line, when there are any.
-#define CHECK_LOOK(...)                                                      \
-    do {                                                                     \
-        const QStringList faults = Look(__VA_ARGS__);                        \
+#define CHECK_LOOK(...)                                                   \
+    do {                                                                  \
+        const QStringList faults = Look(__VA_ARGS__);                     \
         QVERIFY2(faults.isEmpty(), qPrintable("\n" + faults.join("\n"))); \
     } while (false)
 
@@ -107,8 +107,8 @@ private Q_SLOTS:
                  qPrintable(QString("tree %1 wide for %2").arg(tree->viewport()->width()).arg(longest)));
 
         CHECK_LOOK(form.get(), "main-start");
-        for (const auto& [key, shot] : {std::pair<QString, QString>{"P0", "main-map"}, {"P2", "main-statics"},
-                                        {"P12", "main-list"}}) {
+        for (const auto& [key, shot] :
+             {std::pair<QString, QString>{"P0", "main-map"}, {"P2", "main-statics"}, {"P12", "main-list"}}) {
             tree->setCurrentItem(guitest::Node(tree, key));
             CHECK_LOOK(form.get(), shot);
         }
