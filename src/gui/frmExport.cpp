@@ -22,18 +22,23 @@ frmExport::frmExport(QWidget* parent) : DialogForm(parent) {
     setObjectName("frmExport");
     setWindowTitle("Export");
     setModal(true);
-    setFixedSize(Px(7515), Px(1695));
 
-    Label15 = MakeLabel(this, "Label15", "Select filetype:", 120, 240, true);
-    Label5 = MakeLabel(this, "Label5", "Filetype:", 360, 600);
+    Label15 = MakeLabel(this, "Label15", "Select filetype:", true);
+    Label5 = MakeLabel(this, "Label5", "Filetype:");
     cboMULType = new QComboBox(this);
     cboMULType->setObjectName("cboMULType");
     cboMULType->setEditable(false);
-    cboMULType->setGeometry(Px(1800), Px(540), Px(3915), Px(kBoxHeight));
-    cmdExport = MakeButton(this, "cmdExport", "Export", 6060, 120, 1335, kButtonHeight);
+    cboMULType->setMinimumWidth(Px(3915));
+    cmdExport = MakeButton(this, "cmdExport", "Export", 1335, kButtonHeight);
     cmdExport->setDefault(true);
-    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 6060, 600, 1335, kButtonHeight);
+    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 1335, kButtonHeight);
     StatusBar1 = MakeStatusBar(this);
+
+    QGridLayout* fields = Arrange({120, 240, 240, 1440, 345, 120, 105, 120}, {cmdExport, cmdCancel}, StatusBar1);
+    fields->addWidget(Label15, 0, 0, 1, 3);
+    fields->addWidget(Label5, 1, 1);
+    fields->addWidget(cboMULType, 1, 2);
+    Fit(7515, 1695, false);
 
     connect(cmdExport, &QPushButton::clicked, this, [this] { cmdExport_Click(); });
     connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });

@@ -19,8 +19,9 @@ namespace quillet {
 
 namespace {
 
-// The form's width is fixed; this height holds the two rows and the
-// buttons with the same margin below as above.
+// The design's client area is 6315 wide, with a picture box off to its
+// right; this height holds the two rows and the buttons with the same
+// margin below as above.
 constexpr int kClientHeight = 1500;
 
 }  // namespace
@@ -29,16 +30,27 @@ frmGump::frmGump(QWidget* parent) : DialogForm(parent) {
     setObjectName("frmGump");
     setWindowTitle("Import gump");
     setModal(true);
-    setFixedSize(Px(6315), Px(kClientHeight));
 
-    Label1 = MakeLabel(this, "Label1", "Gump index:", 240, 300);
-    txtIndex = MakeText(this, "txtIndex", "0x00", 1440, 300, 3075);
-    Label2 = MakeLabel(this, "Label2", "Picture:", 240, 960);
-    txtPicture = MakeText(this, "txtPicture", "", 1440, 960, 2655);
-    cmdPicture = MakeButton(this, "cmdPicture", "...", 4140, 960, 375, kBoxHeight);
-    cmdImport = MakeButton(this, "cmdImport", "Import", 4800, 180, 1275, kButtonHeight);
+    Label1 = MakeLabel(this, "Label1", "Gump index:");
+    txtIndex = MakeText(this, "txtIndex", "0x00", 3075);
+    Label2 = MakeLabel(this, "Label2", "Picture:");
+    txtPicture = MakeText(this, "txtPicture", "", 2655);
+    cmdPicture = MakeBrowseButton(this, "cmdPicture");
+    cmdImport = MakeButton(this, "cmdImport", "Import", 1275, kButtonHeight);
     cmdImport->setDefault(true);
-    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 4800, 660, 1275, kButtonHeight);
+    cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 1275, kButtonHeight);
+
+    // No headings: the labels stand at the left edge. Columns: 2 the index
+    // and the picture's path, which takes a wider dialog's room, 3 the "...".
+    QGridLayout* fields = Arrange({240, 300, 0, 1200, 285, 180, 105, 240}, {cmdImport, cmdCancel});
+    fields->addWidget(Label1, 0, 1);
+    fields->addWidget(txtIndex, 0, 2, 1, 2);
+    fields->setRowMinimumHeight(1, Px(960 - 300 - kBoxHeight) - 2 * Px(kRowGap));
+    fields->addWidget(Label2, 2, 1);
+    fields->addWidget(txtPicture, 2, 2);
+    fields->addWidget(cmdPicture, 2, 3);
+    fields->setColumnStretch(2, 1);
+    Fit(6315, kClientHeight, true);
 
     connect(cmdPicture, &QPushButton::clicked, this, [this] { cmdPicture_Click(); });
     connect(cmdImport, &QPushButton::clicked, this, [this] { cmdImport_Click(); });

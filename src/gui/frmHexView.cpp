@@ -3,6 +3,7 @@
 #include <QFontDatabase>
 #include <QHeaderView>
 #include <QTableView>
+#include <QVBoxLayout>
 
 #include "Cp1252.h"
 #include "cWindow.h"
@@ -52,14 +53,15 @@ QVariant HexModel::headerData(int section, Qt::Orientation orientation, int role
 frmHexView::frmHexView(QWidget* parent) : QDialog(parent) {
     setObjectName("frmHexView");
     setModal(true);
-    resize(Px(10215), Px(5655));
     model_ = new HexModel(this);
     lvHex = new QTableView(this);
     lvHex->setObjectName("lvHex");
     lvHex->setModel(model_);
-    lvHex->setGeometry(Px(60), Px(60), Px(9735), Px(5295));
+    // The list follows the window with its margins.
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(Px(60), Px(60), Px(60), Px(60));
+    layout->addWidget(lvHex);
     lvHex->verticalHeader()->hide();
-    lvHex->verticalHeader()->setDefaultSectionSize(lvHex->fontMetrics().height() + 2);
     lvHex->setShowGrid(false);
     lvHex->setSelectionBehavior(QAbstractItemView::SelectRows);
     lvHex->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -71,10 +73,13 @@ frmHexView::frmHexView(QWidget* parent) : QDialog(parent) {
         font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         font.setPointSizeF(8.25);
     }
+    // Headings and rows alike in the list's font, which the columns' design
+    // widths were made for; a row is as high as that font needs.
     lvHex->setFont(font);
+    lvHex->horizontalHeader()->setFont(font);
+    lvHex->verticalHeader()->setDefaultSectionSize(QFontMetrics(font).height() + 2);
     lvHex->horizontalHeader()->setHighlightSections(false);
     lvHex->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    gWindow.wLoad(this, false);
 }
 
 frmHexView::~frmHexView() = default;
@@ -90,13 +95,14 @@ void frmHexView::LoadData(const ByteArray& B, const QString& HexCaption) {
     header->resizeSection(18, Px(2500));
 }
 
-void frmHexView::resizeEvent(QResizeEvent* event) {
-    QDialog::resizeEvent(event);
-    // The list follows the window with its margins; a window too small for
-    // that keeps the list as it last fitted.
-    const int width = this->width() - 2 * lvHex->x();
-    const int height = this->height() - 2 * lvHex->y();
-    if (width > 0 && height > 0) lvHex->resize(width, height);
+void frmHexView::setVisible(bool visible) {
+    // Each opening is a load: the window comes at its own size, at the place
+    // the last one was closed.
+    if (visible && !isVisible()) {
+        resize(Px(10215), Px(5655));
+        gWindow.wLoad(this, false);
+    }
+    QDialog::setVisible(visible);
 }
 
 void frmHexView::done(int result) {

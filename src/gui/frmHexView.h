@@ -35,8 +35,9 @@ public:
 
     QTableView* lvHex;
 
+    void setVisible(bool visible) override;
+
 protected:
-    void resizeEvent(QResizeEvent* event) override;
     void done(int result) override;
 
 private:

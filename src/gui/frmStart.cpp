@@ -3,6 +3,8 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QGridLayout>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
@@ -10,10 +12,15 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <QScreen>
+#include <QScrollBar>
+#include <QSplitter>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTableView>
 #include <QTimer>
 #include <QTreeWidget>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -38,17 +45,23 @@
 #include "actions/mStart.h"
 #include "core/mWait.h"
 #include "actions/mPatchJobs.h"
+#include "viewers/mMap.h"
+#include "viewers/mRadarCol.h"
 
 namespace quillet {
 
 namespace {
 frmStart* gInstance = nullptr;
 
-// Design geometry in twips.
-constexpr int kTreeLeft = 60, kTreeTop = 60, kTreeWidth = 1935;
-constexpr int kTitleLeft = 2040, kTitleTop = 60, kTitleHeight = 375;
-constexpr int kPageGap = 40;
+// Design lengths in twips: the tree's width, the heading's height, the
+// margins around the client area, the gap between heading and page. The
+// splitter's handle, between tree and heading, is as wide as the style has it.
+constexpr int kTreeWidth = 1935;
+constexpr int kTitleHeight = 375;
 constexpr int kMargin = 60;
+constexpr int kPageGap = 40;
+// A map block covers 8 by 8 tiles.
+constexpr int kTilesPerBlock = 8;
 }  // namespace
 
 frmStart& frmStart::Instance() {
@@ -65,32 +78,70 @@ frmStart::frmStart(QWidget* parent) : QMainWindow(parent) {
     client_ = new QWidget(this);
     client_->setObjectName("client");
     setCentralWidget(client_);
-    client_->installEventFilter(this);
 
-    twMenu = new QTreeWidget(client_);
+    // The tree on the left, the heading and the page on the right; the
+    // splitter between them lets the user widen the tree, while a larger
+    // window only widens the right-hand side.
+    splitMenu = new QSplitter(Qt::Horizontal, client_);
+    splitMenu->setObjectName("splitMenu");
+    splitMenu->setChildrenCollapsible(false);
+    auto* clientLayout = new QHBoxLayout(client_);
+    clientLayout->setContentsMargins(Px(kMargin), Px(kMargin), Px(kMargin), Px(kMargin));
+    clientLayout->addWidget(splitMenu);
+
+    twMenu = new QTreeWidget(splitMenu);
     twMenu->setObjectName("twMenu");
     twMenu->setHeaderHidden(true);
     twMenu->setRootIsDecorated(true);
     twMenu->setIconSize(QSize(16, 16));
+    // The column is never narrower than its longest text: a tree narrower
+    // than that scrolls sideways.
+    twMenu->header()->setStretchLastSection(true);
+    twMenu->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     connect(twMenu, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* node) { ShowPageOf(node); });
     connect(twMenu, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* node) {
         if (node) ShowPageOf(node);
     });
+    // A rebuilt or expanded tree is fitted once the events of the rebuild are through.
+    treeFit_ = new QTimer(this);
+    treeFit_->setSingleShot(true);
+    treeFit_->setInterval(0);
+    connect(treeFit_, &QTimer::timeout, this, [this] { FitTree(); });
+    auto scheduleFit = [this] { treeFit_->start(); };
+    connect(twMenu->model(), &QAbstractItemModel::rowsInserted, this, scheduleFit);
+    connect(twMenu->model(), &QAbstractItemModel::dataChanged, this, scheduleFit);
+    connect(twMenu, &QTreeView::expanded, this, scheduleFit);
 
-    lblTitle = new QLabel(client_);
+    auto* pageSide = new QWidget(splitMenu);
+    pageSide->setObjectName("pageSide");
+    auto* sideLayout = new QVBoxLayout(pageSide);
+    sideLayout->setContentsMargins(0, 0, 0, 0);
+    sideLayout->setSpacing(Px(kPageGap));
+
+    lblTitle = new QLabel(pageSide);
     lblTitle->setObjectName("lblTitle");
     QFont titleFont("Arial");
     titleFont.setBold(true);
     titleFont.setPointSizeF(14.25);
     lblTitle->setFont(titleFont);
     lblTitle->setAutoFillBackground(true);
+    lblTitle->setMinimumHeight(Px(kTitleHeight));
+    lblTitle->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
     QPalette palette = lblTitle->palette();
     palette.setColor(QPalette::Window, palette.color(QPalette::Dark));
     palette.setColor(QPalette::WindowText, palette.color(QPalette::HighlightedText));
     lblTitle->setPalette(palette);
+    sideLayout->addWidget(lblTitle);
 
+    // All pages share one place; exactly one of them is visible.
+    pages_ = new QWidget(pageSide);
+    pages_->setObjectName("pages");
+    sideLayout->addWidget(pages_, 1);
     CreatePages();
     CreateMenus();
+    splitMenu->setStretchFactor(0, 0);
+    splitMenu->setStretchFactor(1, 1);
+    splitMenu->setSizes({Px(kTreeWidth), Px(8550 - kTreeWidth)});
 
     sbStart = statusBar();
     sbStart->setObjectName("sbStart");
@@ -110,18 +161,19 @@ frmStart::frmStart(QWidget* parent) : QMainWindow(parent) {
         if (pgProgress->value() != WaitPercent) pgProgress->setValue(WaitPercent);
     });
 
-    // The form's load.
-    resize(Px(8550) + 60, Px(5475) + menuBar()->sizeHint().height() + sbStart->sizeHint().height());
+    // The form's load. The first start shows the whole map page if the
+    // screen has room; later starts take the place saved by the last run.
+    if (FileTypes[0].Name.empty()) RegisterFileTypes();
+    ShowRadarNote();
+    resize(FirstStartSize());
     SetCaption();
     lblTitle->setText(" Quillet");
     gWindow.wLoad(this, true);
-    if (FileTypes[0].Name.empty()) RegisterFileTypes();
     for (int id = 0; id < kFileIDs; ++id) {
         if (FileTypes[id].Name.empty()) continue;
         if (QWidget* page = PageOf(id)) page->setVisible(false);
     }
     InstallHooks();
-    ApplyLayout();
 }
 
 frmStart::~frmStart() {
@@ -129,15 +181,24 @@ frmStart::~frmStart() {
 }
 
 void frmStart::CreatePages() {
-    pageLicense = new uLicense(client_);
-    pageMap = new uScrollPicture(client_);
+    auto* stack = new QGridLayout(pages_);
+    stack->setContentsMargins(0, 0, 0, 0);
+    pageLicense = new uLicense(pages_);
+    pageMap = new uScrollPicture(pages_);
     pageMap->setObjectName("pageMap");
-    pageStatics = new uScrollPicture(client_);
+    pageStatics = new uScrollPicture(pages_);
     pageStatics->setObjectName("pageStatics");
     connect(pageMap, &uScrollPicture::MenuClick, this, [] { PopupMenu_Create(0); });
     connect(pageStatics, &uScrollPicture::MenuClick, this, [] { PopupMenu_Create(2); });
+    for (uScrollPicture* page : {pageMap, pageStatics}) {
+        connect(page, &uScrollPicture::CursorAt, this, [this](int x, int y) { ShowCursorBlock(x, y); });
+        connect(page, &uScrollPicture::CursorLeft, this, [this] { ShowCursorBlock(-1, -1); });
+    }
+    stack->addWidget(pageLicense, 0, 0);
+    stack->addWidget(pageMap, 0, 0);
+    stack->addWidget(pageStatics, 0, 0);
     for (int index = 0; index < 12; ++index) {
-        auto* list = new QTableView(client_);
+        auto* list = new QTableView(pages_);
         list->setObjectName(QString("lvPage%1").arg(index));
         auto* model = new BlockListModel(list);
         list->setModel(model);
@@ -160,6 +221,7 @@ void frmStart::CreatePages() {
         });
         connect(list, &QAbstractItemView::doubleClicked, this, [this, index] { lvPage_DblClick(index); });
         list->hide();
+        stack->addWidget(list, 0, 0);
         lvPage[static_cast<size_t>(index)] = list;
         lvModel[static_cast<size_t>(index)] = model;
     }
@@ -187,6 +249,9 @@ void frmStart::CreateMenus() {
     mnuGump = add("mnuGump", "Import gump...");
     mnuFile->addSeparator()->setObjectName("nbuT3");
     mnuQuit = add("mnuQuit", "Quit");
+    mnuOpen->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
+    mnuSave->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_S));
+    mnuQuit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     connect(mnuNew, &QAction::triggered, this, [this] { mnuNew_Click(); });
     connect(mnuOpen, &QAction::triggered, this, [this] { mnuOpen_Click(); });
     connect(mnuSave, &QAction::triggered, this, [this] { mnuSave_Click(); });
@@ -218,7 +283,8 @@ void frmStart::InstallHooks() {
     hooks.stop = [this] { WaitStop(); };
     hooks.doEvents = [] { QCoreApplication::processEvents(); };
     hooks.message = [this](const std::string& text) {
-        QMessageBox::information(this, kAppTitle, QString::fromStdString(text));
+        // Every message the jobs show tells of something that did not work.
+        QMessageBox::warning(this, kAppTitle, QString::fromStdString(text));
     };
     InstallWaitHooks(hooks);
 }
@@ -243,34 +309,106 @@ void frmStart::WaitStop() {
     waiting_ = false;
 }
 
-void frmStart::ApplyLayout() {
-    // The tree keeps its width and the heading its left edge: only the
-    // right-hand side grows. A client area too small for positive sizes
-    // leaves the controls as they last fitted.
-    const int width = client_->width();
-    const int height = client_->height();
-    // The tree was drawn for a small system font; it is widened just enough
-    // for the longest node text in the font it has here.
-    const int treeWidth = std::max(Px(kTreeWidth), twMenu->fontMetrics().horizontalAdvance("Statics (393216)") +
-                                                       twMenu->indentation() + twMenu->iconSize().width() + 24);
-    const int titleLeft = Px(kTreeLeft) + treeWidth + Px(kTitleLeft - kTreeLeft - kTreeWidth);
-    const int titleWidth = width - titleLeft - Px(kMargin);
-    const int pageTop = Px(kTitleTop) + Px(kTitleHeight) + Px(kPageGap);
-    const int pageHeight = height - pageTop - Px(kMargin);
-    const int treeHeight = height - Px(kTreeTop) - Px(kMargin);
-    if (titleWidth > 0) lblTitle->setGeometry(titleLeft, Px(kTitleTop), titleWidth, Px(kTitleHeight));
-    if (titleWidth > 0 && pageHeight > 0) {
-        const QRect page(titleLeft, pageTop, titleWidth, pageHeight);
-        pageMap->setGeometry(page);
-        for (QTableView* list : lvPage) list->setGeometry(page);
-        pageStatics->setGeometry(page);
-        pageLicense->setGeometry(page);
+QSize frmStart::FirstStartSize() {
+    // The window around the map page at its full size, with room for a tree
+    // of today's texts; a screen too small for that gets a window that fits
+    // it, and the page scrolls.
+    const QSize page = pageMap->sizeHint();
+    const int treeWidth = std::max(Px(kTreeWidth), FullTreeWidth());
+    QSize wanted(2 * Px(kMargin) + treeWidth + splitMenu->handleWidth() + page.width(),
+                 menuBar()->sizeHint().height() + 2 * Px(kMargin) +
+                     std::max(lblTitle->minimumHeight(), lblTitle->sizeHint().height()) + Px(kPageGap) + page.height() +
+                     sbStart->sizeHint().height());
+    splitMenu->setSizes({treeWidth, page.width()});
+    QScreen* screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
+    if (!screen) return wanted;
+    // The window manager's frame is not known before the window shows: leave room for a usual one.
+    const QSize room = screen->availableGeometry().size() - QSize(16, 48);
+    // Narrower than the page: its scroll bar takes height of its own.
+    if (wanted.width() > room.width()) wanted.rheight() += style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    return wanted.boundedTo(room).expandedTo(QSize(Px(8550), Px(5475)).boundedTo(room));
+}
+
+int frmStart::FullTreeWidth() {
+    // The tree as a full patch would have it, each type with all its blocks,
+    // measured and taken away again: the real one is built by the refresh.
+    auto* root = new QTreeWidgetItem(twMenu, QStringList("Patch"));
+    root->setIcon(0, MulIcon(1));
+    for (const FileTypeRec& row : FileTypes) {
+        if (row.Name.empty()) continue;
+        auto* node = new QTreeWidgetItem(
+            root, QStringList(QString::fromStdString(row.Name) + " (" + QString::number(row.NbrOfBlocks + 1) + ")"));
+        node->setIcon(0, MulIcon(row.ImageIndex));
     }
-    if (treeHeight > 0) twMenu->setGeometry(Px(kTreeLeft), Px(kTreeTop), treeWidth, treeHeight);
+    root->setExpanded(true);
+    const int width = TreeTextWidth();
+    twMenu->clear();
+    return width;
+}
+
+int frmStart::TreeTextWidth() const {
+    // The widest node at its depth, with the tree's frame and, when the nodes
+    // do not fit its height, its vertical scroll bar.
+    const int scrollBar =
+        twMenu->verticalScrollBar()->isVisible() ? twMenu->verticalScrollBar()->sizeHint().width() : 0;
+    return static_cast<const QAbstractItemView*>(twMenu)->sizeHintForColumn(0) + 2 * twMenu->frameWidth() + scrollBar;
+}
+
+void frmStart::FitTree() {
+    // The column never gets narrower than its longest text, so a narrow tree
+    // scrolls sideways. The tree widens by itself when its texts have grown
+    // past the width it was last fitted to; a width the user dragged stays
+    // until then.
+    twMenu->header()->setMinimumSectionSize(static_cast<const QAbstractItemView*>(twMenu)->sizeHintForColumn(0));
+    const int needed = TreeTextWidth();
+    if (needed <= fittedTreeWidth_) return;
+    fittedTreeWidth_ = needed;
+    QList<int> sizes = splitMenu->sizes();
+    if (sizes.size() == 2 && sizes[0] < needed) {
+        sizes[1] = std::max(0, sizes[1] - (needed - sizes[0]));
+        sizes[0] = needed;
+        splitMenu->setSizes(sizes);
+    }
+}
+
+void frmStart::ShowCursorBlock(int x, int y) {
+    // The block under the mouse on a picture page, and the tiles it covers;
+    // the text goes when the mouse leaves the picture.
+    if (x < 0 || y < 0) {
+        if (!cursorText_.isEmpty() && sbStart->currentMessage() == cursorText_) sbStart->clearMessage();
+        cursorText_.clear();
+        return;
+    }
+    const int tileX = x * kTilesPerBlock, tileY = y * kTilesPerBlock;
+    cursorText_ = QString("Block %1 at %2, %3; tiles %4, %5 to %6, %7")
+                      .arg(static_cast<int64_t>(x) * kGridRows + y)
+                      .arg(x)
+                      .arg(y)
+                      .arg(tileX)
+                      .arg(tileY)
+                      .arg(tileX + kTilesPerBlock - 1)
+                      .arg(tileY + kTilesPerBlock - 1);
+    sbStart->showMessage(cursorText_);
+}
+
+void frmStart::ShowRadarNote() {
+    // Without the client's radar colours every block is black; the pages say
+    // why, and how to give the colours.
+    QString note;
+    if (!RadarColorsFound()) {
+        const QString where = gUO.UO2DPath.empty()
+                                  ? QString("the client's folder is not known")
+                                  : "there is no radarcol.mul in " + QString::fromStdString(gUO.UO2DPath);
+        note = "No radar colours were found (" + where +
+               "), so every block is drawn black. Start Quillet in a folder that holds the client's "
+               "radarcol.mul, or install the client in Wine so that its folder is known; "
+               "\"quillet-cli render --radarcol FILE\" draws a page with the colours of a file you name.";
+    }
+    pageMap->SetNote(note);
+    pageStatics->SetNote(note);
 }
 
 bool frmStart::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == client_ && event->type() == QEvent::Resize) ApplyLayout();
     if (event->type() == QEvent::KeyRelease && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete) {
         for (int index = 0; index < 12; ++index) {
             if (watched != lvPage[static_cast<size_t>(index)]) continue;

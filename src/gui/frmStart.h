@@ -10,6 +10,7 @@ class QAction;
 class QLabel;
 class QMenu;
 class QProgressBar;
+class QSplitter;
 class QStatusBar;
 class QTableView;
 class QTimer;
@@ -33,6 +34,7 @@ public:
     static frmStart& Instance();
     static bool HasInstance();
 
+    QSplitter* splitMenu;
     QTreeWidget* twMenu;
     QLabel* lblTitle;
     uLicense* pageLicense;
@@ -78,6 +80,8 @@ public:
     // Opens the block of the list's selected row in the hex viewer.
     void lvPage_DblClick(int index);
     frmHexView* HexView();
+    // The note of the picture pages when no radar colours were found.
+    void ShowRadarNote();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -86,11 +90,19 @@ protected:
 private:
     void CreateMenus();
     void CreatePages();
-    void ApplyLayout();
+    QSize FirstStartSize();
+    int FullTreeWidth();
+    int TreeTextWidth() const;
+    void FitTree();
+    void ShowCursorBlock(int x, int y);
     void InstallHooks();
     void SetCaption();
 
     QWidget* client_;
+    QWidget* pages_;
+    QTimer* treeFit_;
+    int fittedTreeWidth_ = 0;
+    QString cursorText_;
     frmHexView* hexView_ = nullptr;
     bool waiting_ = false;
     bool unloaded_ = false;

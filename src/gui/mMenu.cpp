@@ -77,6 +77,7 @@ void MenuRefresh() {
     // A page that could not be drawn keeps its last picture; the log tells why.
     DrawPage(*form.pageMap, 0);
     DrawPage(*form.pageStatics, 2);
+    form.ShowRadarNote();
     for (int id = 3; id < kFileIDs; ++id) {
         if (FileTypes[static_cast<size_t>(id)].Name.empty()) continue;
         QTableView* list = ListOf(id);

@@ -2,6 +2,9 @@
 
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QVBoxLayout>
+
+#include <utility>
 
 #include "cWindow.h"
 #include "base/AppInfo.h"
@@ -57,25 +60,21 @@ uLicense::uLicense(QWidget* parent) : QWidget(parent) {
     palette.setColor(QPalette::Base, palette.color(QPalette::Button));
     txtLicense->setPalette(palette);
 
-    lblTitle->setGeometry(Px(200), Px(180), 100, Px(495));
-    lblVersion->setGeometry(Px(200), Px(660), 100, Px(315));
-    lblCopyright->setGeometry(Px(200), Px(900), 100, Px(255));
-    txtLicense->setGeometry(Px(200), Px(1380), 100, 100);
-    resize(Px(6420), Px(5745));
-}
-
-void uLicense::resizeEvent(QResizeEvent* event) {
-    QWidget::resizeEvent(event);
-    // The text box takes the room below the labels, margins 200 at the sides
-    // and 400 at the bottom; too small a page leaves the controls as they were.
-    const int width = this->width() - Px(400);
-    const int height = this->height() - txtLicense->y() - Px(400);
-    if (width > 0) {
-        txtLicense->setGeometry(Px(200), txtLicense->y(), width, txtLicense->height());
-        for (QLabel* label : {lblTitle, lblVersion, lblCopyright})
-            label->setGeometry(Px(200), label->y(), width, label->height());
+    // The labels centred above the text box, which takes the room below them;
+    // margins of 200 twips at the sides and 400 at the bottom. The labels
+    // wrap rather than cut their lines on a narrow page.
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(Px(200), Px(180), Px(200), Px(400));
+    layout->setSpacing(0);
+    const std::pair<QLabel*, int> labels[] = {{lblTitle, 495}, {lblVersion, 315}, {lblCopyright, 255}};
+    for (const auto& [label, height] : labels) {
+        label->setWordWrap(true);
+        label->setMinimumHeight(Px(height));
+        layout->addWidget(label);
     }
-    if (height > 0) txtLicense->resize(txtLicense->width(), height);
+    layout->addSpacing(Px(1380 - 900 - 255));
+    layout->addWidget(txtLicense, 1);
+    resize(Px(6420), Px(5745));
 }
 
 }  // namespace quillet

@@ -19,9 +19,6 @@ public:
     QLabel* lblVersion;
     QLabel* lblCopyright;
     QPlainTextEdit* txtLicense;
-
-protected:
-    void resizeEvent(QResizeEvent* event) override;
 };
 
 }  // namespace quillet

@@ -1,7 +1,10 @@
 #pragma once
 // A fixed 768 by 512 picture that other code draws into pixel by pixel, with
 // a rectangle selection by the left button and a menu request by the right.
-// No scrolling: what does not fit is cut off at the right and the bottom.
+// The picture sits framed on a background of its own inside a scroll area, so
+// a window smaller than the picture scrolls to the rest of it; a note line
+// under it can say why the picture looks as it does. Only the picture itself
+// takes the mouse: a press beside it starts nothing.
 #include <QImage>
 #include <QWidget>
 
@@ -9,7 +12,12 @@
 
 #include "viewers/Canvas.h"
 
+class QLabel;
+class QScrollArea;
+
 namespace quillet {
+
+class PictureBox;
 
 class uScrollPicture : public QWidget, public PictureSurface {
     Q_OBJECT
@@ -27,23 +35,37 @@ public:
     Canvas hDC() override;
     const QImage& Picture() const { return picture_; }
 
+    // The note under the picture; an empty text hides it.
+    void SetNote(const QString& text);
+    // Room for the whole picture and its note without scrolling.
+    QSize sizeHint() const override;
+
     int32_t X1 = -1, Y1 = -1, X2 = -1, Y2 = -1;
+
+    QWidget* picScroll;  // the picture: mouse positions are its pixels
+    QLabel* lblNote;
+    QScrollArea* scrollArea;
 
 Q_SIGNALS:
     void MenuClick();
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
+    // The mouse is over pixel (x, y) of the picture; CursorLeft when it is
+    // no longer over the picture.
+    void CursorAt(int x, int y);
+    void CursorLeft();
 
 private:
+    friend class PictureBox;
+    void Press(Qt::MouseButton button, QPointF position);
+    void Release(Qt::MouseButton button, QPointF position);
+    void Move(Qt::MouseButtons buttons, QPointF position);
     // Inverts the rectangle without its right column and bottom row; twice
     // restores the pixels.
     void InvertRect();
     struct { int32_t Left = -1, Top = -1, Right = -1, Bottom = -1; } SelRect;
     QImage picture_;
     QImage shown_;
+    bool dragging_ = false;
+    QPoint dragTo_;  // where the left button is now, while it is held
 };
 
 }  // namespace quillet

@@ -12,13 +12,20 @@ namespace quillet {
 
 std::array<int32_t, 65536> RadarColors{};
 
+namespace {
+bool gFound = false;
+}  // namespace
+
+bool RadarColorsFound() { return gFound; }
+
 void LoadRadarColFrom(const std::string& path) {
     try {
         // 65536 signed 16-bit entries in one read; a longer file is read only
         // that far, and a missing or short one gives zeros, which are black.
         std::vector<uint8_t> raw(RadarColors.size() * 2, 0);
         BinaryFile file;
-        if (file.Open(path, BinaryFile::Mode::Read)) file.ReadAt(0, raw.data(), raw.size());
+        gFound = file.Open(path, BinaryFile::Mode::Read);
+        if (gFound) file.ReadAt(0, raw.data(), raw.size());
         LeReader entries(raw);
         for (int32_t& colour : RadarColors) colour = ColorFrom555(entries.I16());
     } catch (...) {

@@ -20,4 +20,8 @@ void LoadRadarCol();
 // Failures are logged as "mRadarCol.LoadRadarCol".
 void LoadRadarColFrom(const std::string& path);
 
+// Whether the last load found its file: false before the first load and
+// after one whose file was missing, when every entry is black.
+bool RadarColorsFound();
+
 }  // namespace quillet

@@ -58,7 +58,20 @@ inline QStringList NodeTexts(QTreeWidget* tree) {
     return texts;
 }
 
+// The node of the tree with this key ("PATCHES", "P12"), or nullptr.
+inline QTreeWidgetItem* Node(QTreeWidget* tree, const QString& key) {
+    for (QTreeWidgetItem* item : tree->findItems("*", Qt::MatchWildcard | Qt::MatchRecursive))
+        if (item->data(0, Qt::UserRole).toString() == key) return item;
+    return nullptr;
+}
+
 // Grabs a widget to $QUILLET_SCREENSHOT_DIR/name.png when that is set.
 void Screenshot(class QWidget* widget, const QString& name);
+
+// What is wrong with the look of a shown window, one line each: a label,
+// check box or button whose text does not fit it, two visible controls of
+// one parent that overlap, a control that sticks out of its parent (but for
+// the content of a scroll area). Empty when all is well.
+QStringList LayoutFaults(QWidget* top);
 
 }  // namespace quillet::guitest

@@ -4,7 +4,11 @@
 #include <QCloseEvent>
 #include <QLabel>
 #include <QMenu>
+#include <QMessageBox>
 #include <QProgressBar>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QStatusBar>
 #include <QTableView>
 #include <QTimer>
@@ -23,18 +27,15 @@
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "actions/mStart.h"
+#include "support/Services.h"
 #include "viewers/mRadarCol.h"
 
 using namespace quillet;
+using guitest::Node;
 using guitest::NodeTexts;
 
 namespace {
 
-QTreeWidgetItem* Node(QTreeWidget* tree, const QString& key) {
-    for (QTreeWidgetItem* item : tree->findItems("*", Qt::MatchWildcard | Qt::MatchRecursive))
-        if (item->data(0, Qt::UserRole).toString() == key) return item;
-    return nullptr;
-}
 QStringList RowTexts(QTableView* list, int row) {
     QStringList texts;
     for (int column = 1; column <= 3; ++column) texts << list->model()->index(row, column).data().toString();
@@ -57,6 +58,7 @@ class tst_frmStart : public QObject {
 private:
     guitest::Environment env;
     frmStart* form = nullptr;
+    WaitHooks formHooks;  // the window's own, before the test captures the messages
     QTableView* Gumps() { return form->lvPage[4]; }
 
 private Q_SLOTS:
@@ -67,6 +69,7 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         PatchNew();
         MenuRefresh();
+        formHooks = CurrentWaitHooks();
         env.CaptureMessages();
     }
 
@@ -81,6 +84,14 @@ private Q_SLOTS:
                               "Radarcol (0)"}));
         QCOMPARE(form->pageLicense->lblVersion->text(), QString("Version 1.0"));
         QCOMPARE(VersionLine(1, 0, 7), QString("Version 1.0 (Internal build 7)"));
+        QStringList entries;  // the File menu in its order, with its keys
+        for (QAction* entry : form->mnuFile->actions())
+            entries << (entry->isSeparator() ? QString("-") : entry->text()) +
+                           (entry->shortcut().isEmpty() ? QString() : " " + entry->shortcut().toString());
+        QCOMPARE(entries.join("|"), QString("New|Open Ctrl+O|-|Save Ctrl+S|Save As|-|&Import|&Export|Compare...|"
+                                            "Import gump...|-|Quit Ctrl+Q"));
+        // A screen too small for the whole map page: the window fits the screen.
+        QVERIFY(form->screen()->availableGeometry().contains(form->frameGeometry()));
         guitest::Screenshot(form, "first-screen");
     }
 
@@ -280,12 +291,77 @@ private Q_SLOTS:
         QVERIFY(picture.pixel(100, 10) != qRgb(0xC0, 0, 0));
         guitest::Screenshot(form, "map-page");
         // Dragged from lower right to upper left: blocks x 20..29, y 30..39.
-        QTest::mousePress(form->pageMap, Qt::LeftButton, {}, QPoint(29, 39));
-        QTest::mouseRelease(form->pageMap, Qt::LeftButton, {}, QPoint(20, 30));
+        QTest::mousePress(form->pageMap->picScroll, Qt::LeftButton, {}, QPoint(29, 39));
+        QTest::mouseRelease(form->pageMap->picScroll, Qt::LeftButton, {}, QPoint(20, 30));
         PopupMenu_Run("DELETE 0");
         QVERIFY(Slot(0, 20 * 512 + 30).Offset == -1 && Slot(0, 29 * 512 + 39).Offset == -1);
         QVERIFY(Slot(0, 30 * 512 + 30).Offset > 0 && Slot(0, 20 * 512 + 40).Offset > 0);
         QVERIFY(NodeTexts(form->twMenu).contains("Map (7900)") && form->pageMap->X1 == -1);  // redrawn: no selection
+    }
+
+    // The hover text of the picture pages, and the note when the pages can only be black.
+    void mapPageTellsBlockAndColours() {
+        form->twMenu->setCurrentItem(Node(form->twMenu, "P0"));
+        QWidget* picture = form->pageMap->picScroll;
+        QVERIFY(form->pageMap->scrollArea->horizontalScrollBar()->maximum() > 0);  // narrower than the picture
+        QMouseEvent move(QEvent::MouseMove, QPointF(20, 30), picture->mapToGlobal(QPointF(20, 30)), Qt::NoButton,
+                         Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(picture, &move);
+        QCOMPARE(form->sbStart->currentMessage(), QString("Block 10270 at 20, 30; tiles 160, 240 to 167, 247"));
+        QEvent leave(QEvent::Leave);
+        QApplication::sendEvent(picture, &leave);
+        QVERIFY(form->sbStart->currentMessage().isEmpty());
+
+        const std::string before = gUO.UO2DPath;
+        QVERIFY(QDir().mkpath(env.Path("client")) && !QFile::exists("radarcol.mul"));
+        gUO.UO2DPath = env.Path("client/").toStdString();
+        form->mnuNew_Click();
+        const QString none = form->pageMap->lblNote->text();
+        QVERIFY(none.contains("(there is no radarcol.mul in " + env.Path("client/") + ")") &&
+                form->pageMap->lblNote->isVisible() && form->pageStatics->lblNote->text() == none);
+        QVERIFY(guitest::WriteAll(env.Path("client/radarcol.mul"), QByteArray("\x1F\x00", 2)));
+        form->mnuNew_Click();
+        QVERIFY(form->pageMap->lblNote->isHidden() && form->pageStatics->lblNote->isHidden());
+        gUO.UO2DPath.clear();
+        form->mnuNew_Click();
+        QVERIFY(form->pageMap->lblNote->text().startsWith(
+            "No radar colours were found (the client's folder is not known), so every block is drawn black."));
+        gUO.UO2DPath = before;
+    }
+
+    // Failures are told with the warning icon, the texts as the jobs give them.
+    void messagesCarryTheWarningIcon() {
+        InstallWaitHooks(formHooks);
+        QString seen;
+        QTimer::singleShot(0, [&] {
+            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                seen = box->windowTitle() + "|" + box->text() + "|" + QString::number(box->icon());
+                box->accept();
+            }
+        });
+        MsgBox("Unable to create the new verdata.mul");
+        env.CaptureMessages();
+        QCOMPARE(seen,
+                 "Quillet Patching Tool|Unable to create the new verdata.mul|" + QString::number(QMessageBox::Warning));
+    }
+
+    // Each opening of the hex viewer is a load: its own size, whatever the user made of the last one.
+    void hexViewerOpensAtItsOwnSize() {
+        frmHexView* view = form->HexView();
+        view->LoadData(ByteArray(40, 1), "Art block 1");
+        QList<QSize> sizes;
+        QTimer closer;
+        QObject::connect(&closer, &QTimer::timeout, [&] {
+            if (!view->isVisible()) return;
+            sizes << view->size();
+            view->resize(900, 600);
+            view->reject();
+        });
+        closer.start(10);
+        view->exec();
+        view->exec();
+        const QSize own(10215 / 15, 5655 / 15);
+        QCOMPARE(sizes, QList<QSize>({own, own}));
     }
 
     void quitDisposesThePatch() {

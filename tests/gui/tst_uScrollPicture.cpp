@@ -1,5 +1,7 @@
 // The picture page's selection: press and release with the left button
 // invert a rectangle on the kept image, a right press asks for the menu.
+#include <QApplication>
+#include <QMouseEvent>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -30,8 +32,8 @@ private Q_SLOTS:
         uScrollPicture picture;
         picture.resize(800, 600);
         const QRgb background = At(picture, 0, 0);
-        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(10, 20));
-        QTest::mouseRelease(&picture, Qt::LeftButton, {}, QPoint(13, 22));
+        QTest::mousePress(picture.picScroll, Qt::LeftButton, {}, QPoint(10, 20));
+        QTest::mouseRelease(picture.picScroll, Qt::LeftButton, {}, QPoint(13, 22));
         QCOMPARE(picture.X1, 10);
         QCOMPARE(picture.Y1, 20);
         QCOMPARE(picture.X2, 13);
@@ -43,9 +45,9 @@ private Q_SLOTS:
         QCOMPARE(At(picture, 12, 22), background);  // bottom row left out
 
         // Dragged up and to the left: the fields keep the order they came in.
-        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(50, 60));
+        QTest::mousePress(picture.picScroll, Qt::LeftButton, {}, QPoint(50, 60));
         QCOMPARE(At(picture, 10, 20), background);  // the first rectangle is gone
-        QTest::mouseRelease(&picture, Qt::LeftButton, {}, QPoint(40, 55));
+        QTest::mouseRelease(picture.picScroll, Qt::LeftButton, {}, QPoint(40, 55));
         QCOMPARE(picture.X1, 50);
         QCOMPARE(picture.X2, 40);
         QCOMPARE(At(picture, 40, 55), inverted);
@@ -57,7 +59,7 @@ private Q_SLOTS:
         uScrollPicture picture;
         picture.resize(800, 600);
         const QImage before = picture.Picture();
-        QTest::mouseClick(&picture, Qt::LeftButton, {}, QPoint(5, 5));
+        QTest::mouseClick(picture.picScroll, Qt::LeftButton, {}, QPoint(5, 5));
         QCOMPARE(picture.X1, picture.X2);
         QCOMPARE(picture.Y1, picture.Y2);
         QCOMPARE(picture.Picture(), before);
@@ -66,22 +68,60 @@ private Q_SLOTS:
     void rightPressAsksForTheMenu() {
         uScrollPicture picture;
         QSignalSpy spy(&picture, &uScrollPicture::MenuClick);
-        QTest::mousePress(&picture, Qt::RightButton, {}, QPoint(5, 5));
+        QTest::mousePress(picture.picScroll, Qt::RightButton, {}, QPoint(5, 5));
         QCOMPARE(spy.count(), 1);
         QCOMPARE(picture.X1, -1);
         QCOMPARE(picture.Y2, -1);
     }
 
+    // Only the picture takes the mouse: a press beside it, on the page's background, starts nothing.
+    void pressBesideThePictureStartsNothing() {
+        uScrollPicture picture;
+        picture.resize(1000, 700);
+        picture.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&picture));
+        QSignalSpy menu(&picture, &uScrollPicture::MenuClick);
+        const QPoint beside(picture.picScroll->mapTo(&picture, QPoint(uScrollPicture::kWidth + 20, 100)));
+        QWidget* under = picture.childAt(beside);
+        QVERIFY(under != picture.picScroll && under);
+        const QPoint at = under->mapFrom(&picture, beside);
+        QTest::mousePress(under, Qt::LeftButton, {}, at);
+        QTest::mouseRelease(under, Qt::LeftButton, {}, at + QPoint(5, 5));
+        QTest::mousePress(under, Qt::RightButton, {}, at);
+        QVERIFY(picture.X1 == -1 && picture.X2 == -1 && menu.isEmpty());
+    }
+
+    // While the left button is held, the rectangle shows on the screen; the kept image changes at the release.
+    void selectionShowsWhileDragging() {
+        uScrollPicture picture;
+        picture.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&picture));
+        QSignalSpy cursor(&picture, &uScrollPicture::CursorAt);
+        const QImage kept = picture.Picture();
+        QTest::mousePress(picture.picScroll, Qt::LeftButton, {}, QPoint(10, 10));
+        QMouseEvent move(QEvent::MouseMove, QPointF(30, 20), picture.picScroll->mapToGlobal(QPointF(30, 20)),
+                         Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(picture.picScroll, &move);
+        const QImage shown = picture.picScroll->grab().toImage();
+        QCOMPARE(shown.pixel(15, 15), kept.pixel(15, 15) ^ 0x00FFFFFFu);
+        QCOMPARE(shown.pixel(30, 15), kept.pixel(30, 15));  // the right column is left out, as at the release
+        QCOMPARE(picture.Picture(), kept);
+        QCOMPARE(cursor.count(), 1);
+        QCOMPARE(cursor.first(), QVariantList({30, 20}));
+        QTest::mouseRelease(picture.picScroll, Qt::LeftButton, {}, QPoint(30, 20));
+        QCOMPARE(picture.Picture().pixel(15, 15), kept.pixel(15, 15) ^ 0x00FFFFFFu);
+    }
+
     void clsDropsTheSelection() {
         uScrollPicture picture;
-        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(1, 1));
-        QTest::mouseRelease(&picture, Qt::LeftButton, {}, QPoint(3, 3));
+        QTest::mousePress(picture.picScroll, Qt::LeftButton, {}, QPoint(1, 1));
+        QTest::mouseRelease(picture.picScroll, Qt::LeftButton, {}, QPoint(3, 3));
         picture.Cls();
         QCOMPARE(picture.X1, -1);
         QCOMPARE(picture.X2, -1);
         // The next press finds nothing to take away.
         const QImage clean = picture.Picture();
-        QTest::mousePress(&picture, Qt::LeftButton, {}, QPoint(7, 7));
+        QTest::mousePress(picture.picScroll, Qt::LeftButton, {}, QPoint(7, 7));
         QCOMPARE(picture.Picture(), clean);
     }
 

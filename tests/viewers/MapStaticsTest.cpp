@@ -175,6 +175,11 @@ TEST_F(MapStaticsTest, RadarColoursAreSignedEntriesAndAShortFileEndsInBlack) {
     EXPECT_EQ(std::vector<int32_t>(RadarColors.begin(), RadarColors.begin() + 3),
               (std::vector<int32_t>{16252928, 248 * 65536, 0xF8F8F8}));
     EXPECT_EQ(std::count(RadarColors.begin() + 3, RadarColors.end(), 0), 65536 - 3);
+    EXPECT_TRUE(RadarColorsFound());
+    // A missing file: all black, and the front ends can say why.
+    LoadRadarColFrom(Path("none.mul"));
+    EXPECT_EQ(std::count(RadarColors.begin(), RadarColors.end(), 0), 65536);
+    EXPECT_FALSE(RadarColorsFound());
     EXPECT_TRUE(LogLines().empty());
 }
 
