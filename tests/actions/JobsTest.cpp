@@ -127,9 +127,9 @@ TEST_F(PatchTest, ExportTellsWhetherTheUserHasSeenItsFailure) {
     EXPECT_TRUE(empty.WasShown());
     EXPECT_EQ(empty.Text(), "There are no blocks in the patch to save.");
 
-    // A verdata.mul that counts more entries than it can hold: only the log says why.
+    // A verdata.mul with an entry of a negative FileID: only the log says why.
     StoreBlock(kArt, 7, 2, 0, kTwoBytes);
-    test::WriteFile(Path("verdata.mul"), Bytes{}.le(5).b);
+    test::WriteFile(Path("verdata.mul"), Bytes{}.le(1).verdata(-1, 0, 0, -1, 0).b);
     const Result refused = ExportToVerdata(dir);
     EXPECT_TRUE(refused.WasLogged()) << refused.Text();
     EXPECT_EQ(refused.Text().rfind("mVerdata.ExportVerdata: ", 0), 0u);

@@ -51,6 +51,19 @@ void ExpectBits(int got, std::initializer_list<const char*> names) {
 
 const ByteArray kForeign{0xF0, 0x0F};
 
+// The text names the file (or one whose name begins so: a temporary file of
+// another process) and then gives one of the system's reasons.
+bool NamesCause(const std::string& text, const std::string& path, std::initializer_list<const char*> reasons) {
+    const size_t at = text.find(path);
+    if (at == std::string::npos) return false;
+    for (const char* reason : reasons)
+        if (text.find(std::string(": ") + reason, at) != std::string::npos) return true;
+    return false;
+}
+// A full disk, or a file size limit where no small disk could be made.
+constexpr std::initializer_list<const char*> kFull{"No space left on device", "File too large"};
+constexpr std::initializer_list<const char*> kDenied{"Permission denied", "Read-only file system"};
+
 void Replace(const std::string& path, const ByteArray& bytes) {
     test::WriteFile(path + ".new", bytes);
     std::rename((path + ".new").c_str(), path.c_str());
@@ -183,7 +196,9 @@ TEST_F(DiskFaultTest, SaveAndExportOnAFullDiskKeepTheOldFilesAndBackups) {
     EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
     EXPECT_EQ(test::ReadFile(disk + "/verdata.bak"), ByteArray{0xBA});
     EXPECT_EQ(hostile::FilesUnder(disk), (std::set<std::string>{"patch.muo", "verdata.bak", "verdata.mul"}));
-    EXPECT_EQ(LoggedProcs(), (std::vector<std::string>{"mPatch.SaveMUO", "mVerdata.ExportVerdata"}));
+    ASSERT_EQ(LoggedProcs(), (std::vector<std::string>{"mPatch.SaveMUO", "mVerdata.ExportVerdata"}));
+    EXPECT_TRUE(NamesCause(LogLines()[0], disk + "/.patch.muo.tmp-", kFull)) << LogLines()[0];
+    EXPECT_TRUE(NamesCause(LogLines()[1], disk + "/verdata.tmp", kFull)) << LogLines()[1];
     EXPECT_EQ(ReadBlockBytes(12, 1), big);  // the patch itself is as it was
 }
 
@@ -196,9 +211,11 @@ TEST_F(DiskFaultTest, ExportWhoseIndexCannotBeReservedTellsTheUser) {
     ExpectBits(OnFullDisk(64 << 10,
                           [&] {
                               const bool exported = ExportVerdata(disk);
-                              return Bits({!exported, messages == std::vector<std::string>{kCannotCreate}});
+                              return Bits({!exported, messages.size() == 1 &&
+                                                          messages[0].rfind(std::string(kCannotCreate) + "\r\n", 0) == 0 &&
+                                                          NamesCause(messages[0], disk + "/verdata.tmp", kFull)});
                           }),
-               {"ExportVerdata answers false", "the user is told that the new file cannot be created"});
+               {"ExportVerdata answers false", "the user is told that the new file cannot be created, and why"});
     EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
     EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
     EXPECT_EQ(LogLines(), std::vector<std::string>{});  // a message, not a log line
@@ -270,10 +287,11 @@ TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
     ::chmod(disk.c_str(), 0777);
     const int got = Unprivileged([&] {
         const bool exported = ExportVerdata(disk);
-        return Bits({!exported, messages == std::vector<std::string>{kCannotOpen}});
+        return Bits({!exported, messages.size() == 1 && messages[0].rfind(kCannotOpen, 0) == 0 &&
+                                    NamesCause(messages[0], verdata, kDenied)});
     });
     const bool noUser = got == -2;
-    if (!noUser) ExpectBits(got, {"ExportVerdata answers false", "the user is told it cannot be opened"});
+    if (!noUser) ExpectBits(got, {"ExportVerdata answers false", "the user is told it cannot be opened, and why"});
     EXPECT_EQ(hostile::FilesUnder(disk), files);
 
     // Writable files in a folder that cannot be written (on a read-only
@@ -282,16 +300,21 @@ TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
     messages.clear();
     ::unlink(Path("test.log").c_str());
     const char* told = mounted_ ? kCannotOpen : kCannotCreate;
+    const std::string file = mounted_ ? verdata : disk + "/verdata.tmp";
     ExpectBits(WithoutWriteAccess([&] {
                    const bool saved = SaveMUO(target), exported = ExportVerdata(disk);
-                   return Bits({!saved, !exported, messages == std::vector<std::string>{told}});
+                   return Bits({!saved, !exported, messages.size() == 1 && messages[0].rfind(told, 0) == 0 &&
+                                                       NamesCause(messages[0], file, kDenied)});
                }),
                {"SaveMUO answers false", "ExportVerdata answers false", "the user is told why the export failed"});
     EXPECT_EQ(test::ReadFile(target), OldMuo());
     EXPECT_EQ(test::ReadFile(verdata), OldVerdata());
     EXPECT_EQ(hostile::FilesUnder(disk), files);
     // The unprivileged child cannot write the test's log; its line went to stderr.
-    if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
+    if (mounted_ || ::geteuid() != 0) {
+        ExpectOneLogLine("mPatch.SaveMUO");
+        EXPECT_TRUE(NamesCause(LogLines()[0], disk + "/.patch.muo.tmp-", kDenied)) << LogLines()[0];
+    }
     if (noUser) GTEST_SKIP() << "no unprivileged user: a read-only verdata.mul was not tried";
 }
 
