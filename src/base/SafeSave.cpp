@@ -109,7 +109,7 @@ bool LooksLikeTempName(const char* name) {
 
 }  // namespace
 
-void TempClaim::Take(const std::string& path) {
+void TempClaim::Name(const std::string& path) {
     Release();
     path_ = path;
     for (int slot = 0; slot < kClaimSlots; ++slot) {
@@ -120,7 +120,11 @@ void TempClaim::Take(const std::string& path) {
         slot_ = slot;
         break;
     }
-    fd_ = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+}
+
+void TempClaim::Hold() {
+    if (path_.empty() || fd_ >= 0) return;
+    fd_ = ::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     // The mark only after the lock: a marked file that is not locked is a dead run's.
     if (fd_ >= 0 && lock_.TryLock(fd_)) MarkScratch(fd_, kTempFileMark);
 }

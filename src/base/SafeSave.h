@@ -65,9 +65,14 @@ public:
     TempClaim(const TempClaim&) = delete;
     TempClaim& operator=(const TempClaim&) = delete;
 
-    // Claims the file that this run has just made at path. Best effort: a
+    // Lists path for RemoveClaimedTempFiles: from now on a signal removes
+    // it. Called before the file is made, so that it never exists unclaimed
+    // (a name this run may replace anyway: its own PID's, or one in a
+    // directory it holds locked).
+    void Name(const std::string& path);
+    // Locks and then marks the file now made at the name. Best effort: a
     // file that cannot be locked or marked is only never cleaned by others.
-    void Take(const std::string& path);
+    void Hold();
     // Before the file takes the user's name: the mark off, the attributes of
     // the file it replaces on (GiveAttributes), and both on the disk. The
     // lock stays until Release, past the rename.

@@ -81,10 +81,11 @@ bool SaveMUO(const std::string& PatchFilename) {
             if (!FileTypes[id].Name.empty()) total += PatchBlocks[id].Count;
 
         cMUO muo;
+        claim.Name(temp);
         const int32_t created = muo.cCreate(temp, CreateModeFor(kept));
         made = IdentityOf(temp);
         if (created != 0) Fail(muo.cError(created) + " " + temp + ": " + ErrnoText(muo.LastError()));
-        claim.Take(temp);
+        claim.Hold();
         CountingPoint progress(total);
         int64_t written = 0;
         const ByteArray none;

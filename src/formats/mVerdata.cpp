@@ -214,14 +214,19 @@ bool ExportVerdata(const std::string& Directory, LockWait wait) {
         const int32_t oldCount = oldFile.cCount();
         const int64_t held = std::max<int64_t>(0, (oldFile.FileSize() - kVerdataHeaderSize) / kVerdataEntrySize);
         const auto copied = static_cast<int32_t>(std::clamp<int64_t>(oldCount, 0, held));
-        if (copied != oldCount)
-            Warn(names.mul + " counts " + std::to_string(oldCount) + " entries but holds " + std::to_string(copied) +
-                 ": only those " + std::to_string(copied) + " were copied into the new file.");
+        if (oldCount < 0)
+            Warn(names.mul + " counts " + std::to_string(oldCount) +
+                 " entries: none of its entries were copied into the new file.");
+        else if (copied != oldCount)
+            Warn(names.mul + " counts " + std::to_string(oldCount) + " entries but holds only " +
+                 std::to_string(copied) + ": the " + std::to_string(oldCount - copied) +
+                 " missing entries were left out of the new file.");
         const int32_t finalCount = AddLong(ToLong(patchTotal), copied);
 
         RemoveDeadTempFiles(names.dir);
         const KeptAttributes kept = AttributesOf(names.mul);
         created = true;  // from here on a verdata.tmp may exist that is ours to remove
+        claim.Name(names.tmp);
         const int32_t createCode = newFile.cCreate(names.tmp, finalCount, CreateModeFor(kept));
         written = IdentityOf(names.tmp);
         if (createCode != 0) {
@@ -230,7 +235,7 @@ bool ExportVerdata(const std::string& Directory, LockWait wait) {
             RemoveIfSame(names.tmp, written);
             return false;
         }
-        claim.Take(names.tmp);
+        claim.Hold();
 
         CountingPoint progress(finalCount);
         int32_t running = 0;

@@ -128,6 +128,8 @@ TEST_F(PatchTest, ExportRefusesAnOldEntryOfANegativeFileID) {
 // for the rest, and a warning says how many blocks were cut.
 TEST_F(PatchTest, ExportGoesOnPastACutOldFileAndWarns) {
     StoreBlock(4, 1, 1, 0, ByteArray{0x77});
+    const std::string mul = Path("verdata.mul");
+    const std::string zeros = " past the end of the file: the missing bytes were written as zeros.";
     const struct {
         const char* name;
         ByteArray old;
@@ -135,34 +137,37 @@ TEST_F(PatchTest, ExportGoesOnPastACutOldFileAndWarns) {
         std::string warning;
     } rows[] = {
         {"a cut last block", Bytes{}.le(2).verdata(12, 5, 44, 1, 0).verdata(4, 9, 45, 5, 3).raw({0xAA, 1, 2}).b,
-         Bytes{}.le(3).verdata(12, 5, 64, 1, 0).verdata(4, 9, 65, 5, 3).verdata(4, 1, 70, 1, 0)
-             .raw({0xAA, 1, 2, 0, 0, 0, 0x77}).b,
-         "1 block of " + Path("verdata.mul") + " reaches past the end of the file: the missing bytes were written "
-         "as zeros."},
-        // Bytes before the file's start and past its end (the first block's
-        // last byte is the file's first); a FileID of 256
-        // or more takes no bytes at all, whatever its position says.
-        {"blocks outside the file", Bytes{}.le(3).verdata(4, 2, -2, 3, 0).verdata(300, 9, -50, 7, 1)
-             .verdata(4, 3, 9999, 2, 0).b,
-         Bytes{}.le(4).verdata(4, 2, 84, 3, 0).verdata(255, 9, 0, -1, 1).verdata(4, 3, 87, 2, 0)
-             .verdata(4, 1, 89, 1, 0).raw({0, 0, 3}).fill(2, 0).u8(0x77).b,  // 3: the count's first byte
-         "2 blocks of " + Path("verdata.mul") + " reach past the end of the file: the missing bytes were written "
-         "as zeros."},
+         Bytes{}.le(3).verdata(12, 5, 64, 1, 0).verdata(4, 9, 65, 5, 3).verdata(4, 1, 70, 1, 0).b,
+         "1 block of " + mul + " reaches" + zeros},
+        // Bytes before the file's start (the last of these is the file's
+        // first, 3) and past its end; a FileID of 256 or more takes no bytes
+        // at all, whatever its position says.
+        {"blocks outside the file",
+         Bytes{}.le(3).verdata(4, 2, -2, 3, 0).verdata(300, 9, -50, 7, 1).verdata(4, 3, 9999, 2, 0).b,
+         Bytes{}
+             .le(4)
+             .verdata(4, 2, 84, 3, 0)
+             .verdata(255, 9, 0, -1, 1)
+             .verdata(4, 3, 87, 2, 0)
+             .verdata(4, 1, 89, 1, 0)
+             .b,
+         "2 blocks of " + mul + " reach" + zeros},
         {"a count beyond the file", Bytes{}.le(4).verdata(4, 5, 0, -1, 0).b,
-         Bytes{}.le(2).verdata(4, 5, 0, -1, 0).verdata(4, 1, 44, 1, 0).u8(0x77).b,
-         Path("verdata.mul") + " counts 4 entries but holds 1: only those 1 were copied into the new file."},
-        {"a negative count", Bytes{}.le(-7).verdata(4, 5, 0, -1, 0).b, Bytes{}.le(1).verdata(4, 1, 24, 1, 0).u8(0x77).b,
-         Path("verdata.mul") + " counts -7 entries but holds 0: only those 0 were copied into the new file."},
+         Bytes{}.le(2).verdata(4, 5, 0, -1, 0).verdata(4, 1, 44, 1, 0).b,
+         mul + " counts 4 entries but holds only 1: the 3 missing entries were left out of the new file."},
+        {"a negative count", Bytes{}.le(-7).verdata(4, 5, 0, -1, 0).b, Bytes{}.le(1).verdata(4, 1, 24, 1, 0).b,
+         mul + " counts -7 entries: none of its entries were copied into the new file."},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        test::WriteFile(Path("verdata.mul"), row.old);
+    const ByteArray data[] = {{0xAA, 1, 2, 0, 0, 0, 0x77}, {0, 0, 3, 0, 0, 0x77}, {0x77}, {0x77}};  // behind the index
+    for (size_t row = 0; row < std::size(rows); ++row) {
+        SCOPED_TRACE(rows[row].name);
+        test::WriteFile(mul, rows[row].old);
         ::unlink(Path("verdata.bak").c_str());
         const WarningWatch warnings;
         ASSERT_TRUE(ExportVerdata(dir));
-        EXPECT_EQ(test::ReadFile(Path("verdata.mul")), row.want);
-        EXPECT_EQ(test::ReadFile(Path("verdata.bak")), row.old);
-        EXPECT_EQ(warnings.Texts(), std::vector<std::string>{row.warning});
+        EXPECT_EQ(test::ReadFile(mul), Bytes{rows[row].want}.raw(data[row]).b);
+        EXPECT_EQ(test::ReadFile(Path("verdata.bak")), rows[row].old);
+        EXPECT_EQ(warnings.Texts(), std::vector<std::string>{rows[row].warning});
     }
     EXPECT_TRUE(messages.empty());
     EXPECT_EQ(LogLines(), std::vector<std::string>{});

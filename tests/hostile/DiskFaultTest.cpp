@@ -10,6 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -395,6 +396,47 @@ TEST_F(DiskFaultTest, ExportWhileItsFilesAreDisturbed) {
             EXPECT_EQ(test::ReadFile(d + name), want) << name;
         }
     }
+}
+
+// A save and an export killed midway (at their first counting point) leave
+// their temporary files behind; the next save or export beside them cleans
+// them up (the export's verdata.tmp is simply replaced).
+TEST_F(DiskFaultTest, KilledSaveAndExportLeaveLitterThatTheNextOnesClean) {
+    for (int32_t block = 0; block <= 20000; ++block) StoreBlock(4, block, -1, 0, nullptr);
+    const std::string target = Path("patch.muo");
+    test::WriteFile(target, OldMuo());
+    test::WriteFile(Path("verdata.mul"), OldVerdata());
+    const auto killedAtFirstCountingPoint = [&](const std::function<bool()>& work) {
+        std::fflush(nullptr);
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            WaitHooks hooks = CurrentWaitHooks();
+            hooks.doEvents = [] { ::kill(::getpid(), SIGKILL); };
+            InstallWaitHooks(hooks);
+            work();
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+        return pid;
+    };
+    const pid_t saver = killedAtFirstCountingPoint([&] { return SaveMUO(target); });
+    const std::string litter = Path(".patch.muo.tmp-" + std::to_string(saver));
+    ASSERT_TRUE(Exists(litter)) << "the killed save left nothing to clean";
+    EXPECT_EQ(test::ReadFile(target), OldMuo());
+    char mark[1];
+    const bool marked = ::getxattr(litter.c_str(), "user.quillet.tempfile", mark, 0) >= 0;
+    ASSERT_TRUE(SaveMUO(target));
+    EXPECT_NE(Exists(litter), marked) << "cleaned exactly when marked (where the file system keeps the mark)";
+
+    killedAtFirstCountingPoint([&] { return ExportVerdata(dir); });
+    ASSERT_TRUE(Exists(Path("verdata.tmp")));
+    EXPECT_EQ(test::ReadFile(Path("verdata.mul")), OldVerdata());
+    ASSERT_TRUE(ExportVerdata(dir));
+    EXPECT_FALSE(Exists(Path("verdata.tmp")));
+    EXPECT_EQ(test::ReadFile(Path("verdata.bak")), OldVerdata());
+    if (!marked) GTEST_SKIP() << "the file system keeps no extended attributes: the killed save's file stays";
 }
 
 // A MUO file replaced or deleted while it is loaded (here at the first
