@@ -134,8 +134,7 @@ int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const Byte
     });
 }
 
-int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize,
-                        const ByteSource& source) {
+int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteSource& source) {
     if (!IsOpen() || !Changed) return 0;
     // Past the reserved entries the next entry would land on block data.
     if (BlockCount >= reserved_) Fail("More verdata entries than were reserved (" + std::to_string(reserved_) + ")");

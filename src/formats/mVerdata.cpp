@@ -38,7 +38,7 @@ const std::string kCannotCreate = "Unable to create the new verdata.mul";
 // puts the new file in place stays within one directory and a backup lies
 // beside the file it was.
 struct ExportNames {
-    std::string dir;   // mul's directory, with a closing '/' ("" for the current one)
+    std::string dir;  // mul's directory, with a closing '/' ("" for the current one)
     std::string mul;
     std::string tmp;   // stem.tmp
     std::string stem;  // mul's name without ".mul": "verdata"

@@ -2,13 +2,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Warnings.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "formats/mHues.h"
 #include "formats/mVerdata.h"
-#include "base/Warnings.h"
 
 namespace quillet {
 namespace {
@@ -95,10 +95,10 @@ TEST_F(PatchTest, ExportMessagesComeInTheOrderOfTheirTestsAndNameTheCause) {
     EXPECT_FALSE(ExportVerdata(dir));
     ::unlink(mul.c_str());
     const std::string none = std::string(kNoVerdata) + "\r\n";
-    EXPECT_EQ(messages, (std::vector<std::string>{none + mul + ": No such file or directory",
-                                                  none + mul + ": Is a directory",
-                                                  none + mul + ": a named pipe (FIFO), not a file",
-                                                  none + Path("gone/verdata.mul") + ": No such file or directory"}));
+    EXPECT_EQ(messages,
+              (std::vector<std::string>{none + mul + ": No such file or directory", none + mul + ": Is a directory",
+                                        none + mul + ": a named pipe (FIFO), not a file",
+                                        none + Path("gone/verdata.mul") + ": No such file or directory"}));
 
     // The new file cannot be created: here a folder stands in its way.
     messages.clear();

@@ -209,14 +209,15 @@ TEST_F(DiskFaultTest, ExportWhoseIndexCannotBeReservedTellsTheUser) {
     // 5000 present, empty blocks: no bytes, but 100 kB of index to reserve.
     for (int32_t block = 0; block < 5000; ++block) StoreBlock(4, block, -1, 0, nullptr);
 
-    ExpectBits(OnFullDisk(64 << 10,
-                          [&] {
-                              const bool exported = ExportVerdata(disk);
-                              return Bits({!exported, messages.size() == 1 &&
-                                                          messages[0].rfind(std::string(kCannotCreate) + "\r\n", 0) == 0 &&
-                                                          NamesCause(messages[0], disk + "/verdata.tmp", kFull)});
-                          }),
-               {"ExportVerdata answers false", "the user is told that the new file cannot be created, and why"});
+    ExpectBits(
+        OnFullDisk(64 << 10,
+                   [&] {
+                       const bool exported = ExportVerdata(disk);
+                       return Bits({!exported, messages.size() == 1 &&
+                                                   messages[0].rfind(std::string(kCannotCreate) + "\r\n", 0) == 0 &&
+                                                   NamesCause(messages[0], disk + "/verdata.tmp", kFull)});
+                   }),
+        {"ExportVerdata answers false", "the user is told that the new file cannot be created, and why"});
     EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
     EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
     EXPECT_EQ(LogLines(), std::vector<std::string>{});  // a message, not a log line
@@ -304,8 +305,9 @@ TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
     const std::string file = mounted_ ? verdata : disk + "/verdata.tmp";
     ExpectBits(WithoutWriteAccess([&] {
                    const bool saved = SaveMUO(target), exported = ExportVerdata(disk);
-                   return Bits({!saved, !exported, messages.size() == 1 && messages[0].rfind(told, 0) == 0 &&
-                                                       NamesCause(messages[0], file, kDenied)});
+                   return Bits({!saved, !exported,
+                                messages.size() == 1 && messages[0].rfind(told, 0) == 0 &&
+                                    NamesCause(messages[0], file, kDenied)});
                }),
                {"SaveMUO answers false", "ExportVerdata answers false", "the user is told why the export failed"});
     EXPECT_EQ(test::ReadFile(target), OldMuo());
