@@ -57,7 +57,7 @@ ExportNames NamesFor(const std::string& mul) {
 
 std::string Shown(const std::string& dir) { return dir.empty() ? std::string(".") : WithoutSlash(dir); }
 
-// The design's words, then the file and the system's reason.
+// The export's own words, then the file and the system's reason.
 std::string WithReason(const std::string& text, const std::string& path, const std::string& why) {
     return text + "\r\n" + path + ": " + why;
 }
