@@ -4,6 +4,7 @@
 // with the old entries followed by the loaded patch.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -91,9 +92,47 @@ void ModelLoadVerdata(const OldFile& old, const PatchLoadArgs& args, ExpectedPat
     end.Recounted = true;
 }
 
+// The old file as ExportVerdata copies it: the entries that the file holds
+// whole (a count beyond them, or below 0, gives just those), a FileID of 256
+// or more as 255 without data, the bytes of the others as far as the file
+// has them and zeros for the rest. An entry of a negative FileID fails the
+// export. Bytes counts the data bytes, so that the caller can tell how much
+// the new file holds before any of it is made.
+struct ExportedOld {
+    std::vector<Entry> Entries;
+    bool Fails = false;
+    int64_t Bytes = 0;
+};
+
+ExportedOld ModelExportedOld(const ByteArray& file, int64_t mostBytes) {
+    ExportedOld old;
+    const int64_t held = std::max<int64_t>(0, (static_cast<int64_t>(file.size()) - 4) / 20);
+    const int64_t count = std::clamp<int64_t>(LoadI32(BytesAt(file, 0, 4).data()), 0, held);
+    for (int64_t index = 0; index < count; ++index) {
+        const ByteArray raw = BytesAt(file, 4 + 20 * index, 20);
+        const int32_t fileId = LoadI32(raw.data());
+        const int32_t size = LoadI32(raw.data() + 12);
+        if (fileId < 0) {
+            old.Fails = true;
+            return old;
+        }
+        Entry entry;
+        entry.Block = LoadI32(raw.data() + 4);
+        entry.Extra = LoadI32(raw.data() + 16);
+        entry.FileID = static_cast<uint8_t>(fileId >= 256 ? 255 : fileId);
+        entry.Size = fileId >= 256 ? -1 : size;
+        if (entry.Size > 0) {
+            old.Bytes += entry.Size;
+            if (old.Bytes <= mostBytes) entry.Data = BytesAt(file, LoadI32(raw.data() + 8), entry.Size);
+        }
+        old.Entries.push_back(std::move(entry));
+    }
+    return old;
+}
+
 // The new verdata.mul: the old entries, then the patch by FileID and Block,
 // the data behind all entries in the same order.
-ByteArray ExpectedExport(const OldFile& old, const ExpectedPatch& patch) {
+ByteArray ExpectedExport(const ExportedOld& old, const ExpectedPatch& patch) {
     std::vector<Entry> entries = old.Entries;
     for (const auto& [key, slot] : patch.Slots) {
         Entry entry;
@@ -132,9 +171,15 @@ void RemoveExportFiles() {
     }
 }
 
-void CheckExport(const ByteArray& file, const OldFile& old, const ExpectedPatch& patch, Observed& seen) {
+void CheckExport(const ByteArray& file, const ExpectedPatch& patch, Observed& seen) {
     const std::string mul = ScratchPath("verdata.mul");
     const std::string bak = ScratchPath("verdata.bak");
+    // Old blocks that lie past the end of a small input are exported as
+    // zeros, up to the 2 GB the format allows: a new file larger than this
+    // harness may hold in memory is not made.
+    constexpr int64_t kMostBytes = 32 << 20;
+    const ExportedOld old = ModelExportedOld(file, kMostBytes);
+    if (!patch.Slots.empty() && !old.Fails && old.Bytes > kMostBytes) return;
     seen = {};
     const bool done = ExportVerdata(ScratchDir());
     FUZZ_CHECK(!Exists(ScratchPath("verdata.tmp")), "no verdata.tmp after an export");
@@ -142,8 +187,8 @@ void CheckExport(const ByteArray& file, const OldFile& old, const ExpectedPatch&
         FUZZ_CHECK(!done && seen.messages == std::vector<std::string>{"There are no blocks in the patch to save."},
                    "an empty patch is not exported");
         FUZZ_CHECK(seen.logged.empty(), "no log line");
-    } else if (!old.IndexFits || !old.AllReadable) {
-        FUZZ_CHECK(!done && seen.messages.empty(), "a broken old file fails the export without a message");
+    } else if (old.Fails) {
+        FUZZ_CHECK(!done && seen.messages.empty(), "an entry of a negative FileID fails the export without a message");
         FUZZ_CHECK(seen.logged == std::vector<std::string>{"mVerdata.ExportVerdata"}, "one log line");
     } else {
         FUZZ_CHECK(done && seen.messages.empty() && seen.logged.empty(), "the export succeeds");
@@ -181,7 +226,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     LoadVerdata(path, args.FromFileID, args.ToFileID, args.FromBlock, args.ToBlock);
     VerifyPatch(expected, end, seen, "mVerdata.LoadVerdata");
 
-    if (args.Flags & kWriteBack) CheckExport(file, old, expected, seen);
+    if (args.Flags & kWriteBack) CheckExport(file, expected, seen);
     ResetPatch(&expected);
     return 0;
 }

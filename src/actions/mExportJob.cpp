@@ -6,11 +6,12 @@
 
 namespace quillet {
 
-Result ExportToVerdata(const std::string& Directory) {
+Result ExportToVerdata(const std::string& Directory, LockWait wait) {
     const int64_t toldBefore = MessagesShown();
     const Result exported = RunJob("Exporting to verdata. Please wait.", "mExportJob.ExportToVerdata",
-                                   [&] { return ExportVerdata(Directory); });
-    if (!exported && !exported.WasLogged() && MessagesShown() != toldBefore) return Result::Shown(LastMessage());
+                                   [&] { return ExportVerdata(Directory, wait); });
+    if (!exported && !exported.WasLogged() && MessagesShown() != toldBefore)
+        return Result::Shown(LastMessage()).WithWarnings(exported.Warnings());
     return exported;
 }
 

@@ -23,7 +23,7 @@ BinaryFile& BinaryFile::operator=(BinaryFile&& other) noexcept {
     return *this;
 }
 
-bool BinaryFile::Open(const std::string& path, Mode mode) {
+bool BinaryFile::Open(const std::string& path, Mode mode, unsigned createMode) {
     Close();
     // Non-blocking only for the open itself: a FIFO given as a file must not
     // hang the program waiting for a writer. It is refused below.
@@ -34,7 +34,7 @@ bool BinaryFile::Open(const std::string& path, Mode mode) {
         case Mode::Create: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
     }
     do {
-        fd_ = ::open(path.c_str(), flags, 0644);
+        fd_ = ::open(path.c_str(), flags, static_cast<mode_t>(createMode));
     } while (fd_ < 0 && errno == EINTR);
     if (fd_ >= 0) {
         struct stat st {};
@@ -43,6 +43,7 @@ bool BinaryFile::Open(const std::string& path, Mode mode) {
         if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
             ::close(fd_);
             fd_ = -1;
+            errno = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
         } else {
             ::fcntl(fd_, F_SETFL, ::fcntl(fd_, F_GETFL) & ~O_NONBLOCK);
         }
@@ -78,11 +79,15 @@ size_t BinaryFile::ReadAt(int64_t offset, uint8_t* out, size_t count) const {
 }
 
 bool BinaryFile::WriteAt(int64_t offset, const uint8_t* data, size_t count) {
-    if (fd_ < 0 || offset < 0) return false;
+    if (fd_ < 0 || offset < 0) {
+        errno = EBADF;
+        return false;
+    }
     size_t done = 0;
     while (done < count) {
         const ssize_t n = ::pwrite(fd_, data + done, count - done, offset + static_cast<int64_t>(done));
         if (n < 0 && errno == EINTR) continue;
+        if (n == 0) errno = EIO;
         if (n <= 0) return false;
         done += static_cast<size_t>(n);
     }
@@ -178,7 +183,7 @@ void FileWriter::Write(const uint8_t* data, size_t count) {
     if (buffer_.size() + count > window_) {
         Flush();
         if (count >= window_) {
-            if (!file_.WriteAt(start_, data, count)) ok_ = false;
+            if (!file_.WriteAt(start_, data, count)) Failed();
             start_ += static_cast<int64_t>(count);
             return;
         }
@@ -186,9 +191,14 @@ void FileWriter::Write(const uint8_t* data, size_t count) {
     buffer_.insert(buffer_.end(), data, data + count);
 }
 
+void FileWriter::Failed() {
+    if (ok_) error_ = errno != 0 ? errno : EIO;
+    ok_ = false;
+}
+
 bool FileWriter::Flush() {
     if (!buffer_.empty()) {
-        if (!file_.WriteAt(start_, buffer_.data(), buffer_.size())) ok_ = false;
+        if (!file_.WriteAt(start_, buffer_.data(), buffer_.size())) Failed();
         start_ += static_cast<int64_t>(buffer_.size());
         buffer_.clear();
     }

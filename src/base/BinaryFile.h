@@ -4,10 +4,18 @@
 // buffered sequential reading and appending so that a block-at-a-time
 // procedure does not cost a system call per field.
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace quillet {
+
+// Where bytes go that only pass through on their way from one file to
+// another (a block's bytes during a save), piece by piece and in order, so
+// that no piece needs to be larger than a fixed buffer.
+using ByteSink = std::function<void(const uint8_t* data, size_t count)>;
+// What hands a whole run of bytes to a sink, in as many pieces as it likes.
+using ByteSource = std::function<void(const ByteSink& sink)>;
 
 class BinaryFile {
 public:
@@ -24,7 +32,10 @@ public:
     BinaryFile(BinaryFile&& other) noexcept;
     BinaryFile& operator=(BinaryFile&& other) noexcept;
 
-    bool Open(const std::string& path, Mode mode);
+    // A created file gets createMode less the umask; an existing one keeps
+    // its mode. False with errno set when the path cannot be opened or is
+    // not a regular file (EISDIR for a directory, EINVAL for anything else).
+    bool Open(const std::string& path, Mode mode, unsigned createMode = 0644);
     bool IsOpen() const { return fd_ >= 0; }
     int Descriptor() const { return fd_; }
     // Flushes nothing (the class has no buffer); answers false if close failed.
@@ -107,13 +118,18 @@ public:
     bool Flush();
     int64_t Position() const { return start_ + static_cast<int64_t>(buffer_.size()); }
     bool Ok() const { return ok_; }
+    // The errno of the first failed write (0 while all went well).
+    int Error() const { return error_; }
 
 private:
+    void Failed();
+
     BinaryFile& file_;
     std::vector<uint8_t> buffer_;
     size_t window_;
     int64_t start_;
     bool ok_ = true;
+    int error_ = 0;
 };
 
 }  // namespace quillet

@@ -8,6 +8,10 @@
 
 namespace quillet {
 
+// What a job does when another program holds the lock it needs: wait for
+// it, or give up at once.
+enum class LockWait : unsigned char { Wait, NoWait };
+
 class FileLock {
 public:
     FileLock() = default;

@@ -19,6 +19,18 @@ std::string DirectoryOf(const std::string& path);
 bool NameTaken(const std::string& name);
 // The system's text for an errno value.
 std::string ErrnoText(int error);
+// Why path does not name a regular file (following links): the system's
+// text ("No such file or directory" for a dangling link too), or what it is
+// instead ("Is a directory", "a named pipe (FIFO), not a file", ...); "" when
+// it is a regular file.
+std::string WhyNotAFile(const std::string& path);
+
+// Where the chain of symbolic links that starts at path ends: path itself
+// when it is no link, else the last link's target, each relative target
+// taken from its link's own directory. A dangling chain ends where its last
+// link points. Answers 0 and sets target, or ELOOP for a chain of more than
+// 40 links, or the errno of a link that cannot be read.
+int ResolveLinks(const std::string& path, std::string& target);
 
 // Renames from to to, but never over an existing name; answers 0 or the
 // errno of the failure (EEXIST when to is taken). A file system that cannot

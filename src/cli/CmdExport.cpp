@@ -15,7 +15,8 @@ int RunExport(CommandContext& context) {
     struct stat info {};
     if (::stat(dir.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) throw CommandError(dir + ": no such directory");
     PatchSession patch(context.args);
-    if (const Result exported = ExportToVerdata(dir); !exported) return StatusOf(exported);
+    const LockWait wait = context.args.Has("--no-wait") ? LockWait::NoWait : LockWait::Wait;
+    if (const Result exported = ExportToVerdata(dir, wait); !exported) return StatusOf(exported);
     return patch.Finish();
 }
 
@@ -30,10 +31,13 @@ void AddExportCommands(std::vector<CommandSpec>& table) {
          "The new verdata.mul holds the entries of the old one followed by every block of the patch. It is "
          "written as D/verdata.tmp first and takes the name verdata.mul only when complete, so verdata.mul "
          "names a whole file at every moment. The old file is kept as D/verdata.bak; an older verdata.bak "
-         "is kept as D/verdata.N.bak (N the first free number from 1), so no backup is ever deleted. A "
-         "message that says the export did not happen (no blocks in the patch, no verdata.mul, a file that "
-         "cannot be opened or created) goes to stderr and makes the exit status 1. The patch file is not "
-         "changed.",
+         "is kept as D/verdata.N.bak (N the first free number from 1), so no backup is ever deleted. The new "
+         "file keeps the old one's mode, owner and group. A verdata.mul that is a symbolic link is written "
+         "through: the file it leads to is replaced, its .tmp and .bak lie beside that file, the link stays. "
+         "D is locked for the whole export: a second "
+         "export into D waits, or with --no-wait ends at once. A message that says the export did not happen "
+         "(no blocks in the patch, no verdata.mul, a file that cannot be opened or created, D in use) goes to "
+         "stderr and makes the exit status 1. The patch file is not changed.",
          RunExport});
 }
 

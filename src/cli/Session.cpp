@@ -29,6 +29,9 @@ void Remember(char (&buffer)[4096], const std::string& name) {
 }
 
 extern "C" void CleanUpAndExit(int signal) {
+    // The temporary file of a save or an export under way (an export's
+    // verdata.tmp only once it is this run's, under the directory's lock).
+    RemoveClaimedTempFiles();
     if (saveTempName[0] != '\0') ::unlink(saveTempName);
     if (scratchName[0] != '\0') ::unlink(scratchName);
     ::_exit(128 + signal);

@@ -34,8 +34,9 @@ private:
     bool changed_ = false;
 };
 
-// The scratch file and a half-written save are removed when the process is
-// ended by a signal (Ctrl-C, a closed pipe); installed once at start.
+// The scratch file, a half-written save and an export's unfinished
+// verdata.tmp are removed when the process is ended by a signal (Ctrl-C, a
+// closed pipe); installed once at start.
 void InstallSignalCleanup();
 
 }  // namespace quillet::cli

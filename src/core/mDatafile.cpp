@@ -1,14 +1,11 @@
 #include "core/mDatafile.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "base/ScratchFiles.h"
 #include "base/cError.h"
 #include "core/mWait.h"
 
@@ -16,6 +13,7 @@ namespace quillet {
 namespace {
 
 constexpr size_t kBufferSize = 1 << 20;
+constexpr int64_t kCopyChunk = 1 << 16;  // what Datafile_CopyTo holds of a block at a time
 
 [[noreturn]] void FailAndTell(DatafileHandle& handle, const std::string& text) {
     if (!handle.reported) {
@@ -25,39 +23,16 @@ constexpr size_t kBufferSize = 1 << 20;
     Fail(text);
 }
 
-constexpr const char* kMarkName = "user.quillet.datafile";
-
 // "." then 8 letters from "a" to "y", then ".dat": the names PatchNew draws.
 bool LooksLikeDatafileName(const char* name) {
     if (std::strlen(name) != 13 || name[0] != '.' || std::strcmp(name + 9, ".dat") != 0) return false;
     return std::all_of(name + 1, name + 9, [](char c) { return c >= 'a' && c <= 'y'; });
 }
 
-bool IsStale(int dirFd, const char* name) {
-    const int fd = ::openat(dirFd, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) return false;
-    struct stat st {};
-    char mark[1];
-    FileLock test;  // only whether it can be taken counts
-    const bool stale = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::getuid() &&
-                       ::fgetxattr(fd, kMarkName, mark, 0) >= 0 && test.TryLock(fd);
-    test.Release();  // before the descriptor it lives on is closed
-    ::close(fd);
-    return stale;
-}
-
 }  // namespace
 
 int RemoveStaleDatafiles(const std::string& Directory) {
-    DIR* dir = ::opendir(Directory.empty() ? "." : Directory.c_str());
-    if (!dir) return 0;
-    int removed = 0;
-    while (const dirent* entry = ::readdir(dir)) {
-        if (!LooksLikeDatafileName(entry->d_name) || !IsStale(::dirfd(dir), entry->d_name)) continue;
-        if (::unlinkat(::dirfd(dir), entry->d_name, 0) == 0) ++removed;
-    }
-    ::closedir(dir);
-    return removed;
+    return RemoveDeadScratch(Directory, LooksLikeDatafileName, kDatafileMark);
 }
 
 bool Datafile_Create(DatafileHandle& handle, const std::string& FileName) {
@@ -74,8 +49,8 @@ bool Datafile_Create(DatafileHandle& handle, const std::string& FileName) {
     }
     // Both are best effort: without them the file is only never taken for a leftover.
     const int fd = handle.file.Descriptor();
-    handle.lock.TryLock(fd);
-    ::fsetxattr(fd, kMarkName, "", 0, 0);
+    // The mark comes after the lock: a marked file that is not locked is a dead run's.
+    if (handle.lock.TryLock(fd)) MarkScratch(fd, kDatafileMark);
     handle.pending.reserve(kBufferSize);
     return true;
 }
@@ -147,6 +122,18 @@ void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArr
     if (Offset < 1 || Size < 1) Fail(kSubscript);
     bytes.resize(static_cast<size_t>(Size));
     Datafile_ReadThrough(handle, handle.window, Offset, Size, bytes.data());
+}
+
+void Datafile_CopyTo(DatafileHandle& handle, int32_t Offset, int32_t Size, const ByteSink& sink) {
+    if (Offset < 1 || Size < 1 || int64_t{Offset} - 1 + Size > kDatafileLimit) Fail(kSubscript);
+    uint8_t chunk[kCopyChunk];
+    int64_t done = 0;
+    while (done < Size) {
+        const auto piece = static_cast<int32_t>(std::min<int64_t>(Size - done, kCopyChunk));
+        Datafile_ReadThrough(handle, handle.window, static_cast<int32_t>(Offset + done), piece, chunk);
+        sink(chunk, static_cast<size_t>(piece));
+        done += piece;
+    }
 }
 
 }  // namespace quillet

@@ -57,6 +57,10 @@ void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArr
 // walk that would only disturb the handle's window (the pages' scan of the
 // leading bytes of every block, in offset order).
 void Datafile_ReadThrough(DatafileHandle& handle, ReadWindow& window, int32_t Offset, int32_t Size, uint8_t* out);
+// Hands the Size bytes at Offset to sink in order, in pieces of at most
+// 64 KiB: a block of any size passes through one fixed buffer on its way to
+// a file. Fails as Datafile_Read does.
+void Datafile_CopyTo(DatafileHandle& handle, int32_t Offset, int32_t Size, const ByteSink& sink);
 // Writes the buffer out (before the file is read by another process, say).
 bool Datafile_Flush(DatafileHandle& handle);
 

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "base/Checked.h"
 #include "formats/FormatCodes.h"
 
@@ -65,13 +67,20 @@ void cMUO::WriteHeader() {
     out.CString(PatchDescription);
     out.CString(PatchAuthor);
     out.I32(BlockCount);
-    if (!file_.WriteAt(0, header.data(), header.size())) writeFailed_ = true;
+    if (!file_.WriteAt(0, header.data(), header.size()) && !writeFailed_) {
+        writeFailed_ = true;
+        lastError_ = errno;
+    }
 }
 
-int32_t cMUO::cCreate(const std::string& PatchFilename) {
+int32_t cMUO::cCreate(const std::string& PatchFilename, unsigned createMode) {
     if (IsOpen()) return 504;
+    lastError_ = 0;
     ::unlink(PatchFilename.c_str());
-    if (!file_.Open(PatchFilename, BinaryFile::Mode::Create)) return 505;
+    if (!file_.Open(PatchFilename, BinaryFile::Mode::Create, createMode)) {
+        lastError_ = errno;
+        return 505;
+    }
     Magic = {'M', 'U', 'O', 'P'};
     FileVersion = 1;
     BlockCount = 0;
@@ -88,12 +97,22 @@ int32_t cMUO::cCreate(const std::string& PatchFilename) {
 int32_t cMUO::cClose() {
     if (!IsOpen()) return 507;
     bool ok = true;
-    if (writer_) ok = writer_->Flush();
+    if (writer_ && !writer_->Flush()) {
+        ok = false;
+        lastError_ = writer_->Error();
+    }
     if (Changed) {
         WriteHeader();
-        ok = ok && !writeFailed_ && file_.Sync();
+        ok = ok && !writeFailed_;
+        if (ok && !file_.Sync()) {
+            ok = false;
+            lastError_ = errno;
+        }
     }
-    ok = file_.Close() && ok;
+    if (!file_.Close() && ok) {
+        ok = false;
+        lastError_ = errno;
+    }
     reader_.reset();
     writer_.reset();
     Changed = false;
@@ -124,15 +143,29 @@ int32_t cMUO::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& 
 }
 
 int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
-    if (!writer_) Fail("The patch file is not open for writing");
     if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
+    return cSave(FileID, Block, Extra, ByteArraySize, [&](const ByteSink& sink) {
+        if (ByteArraySize > 0) sink(bytes.data(), static_cast<size_t>(ByteArraySize));
+    });
+}
+
+int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteSource& source) {
+    if (!writer_) Fail("The patch file is not open for writing");
     uint8_t head[16];
     StoreI32(head, FileID);
     StoreI32(head + 4, Block);
     StoreI32(head + 8, Extra);
     StoreI32(head + 12, ByteArraySize);
     writer_->Write(head, sizeof head);
-    if (ByteArraySize > 0) writer_->Write(bytes.data(), static_cast<size_t>(ByteArraySize));
+    if (ByteArraySize > 0) {
+        int64_t passed = 0;
+        source([&](const uint8_t* data, size_t count) {
+            passed += static_cast<int64_t>(count);
+            if (passed > ByteArraySize) Fail(kSubscript);
+            writer_->Write(data, count);
+        });
+        if (passed != ByteArraySize) Fail(kSubscript);
+    }
     Changed = true;
     BlockCount = AddLong(BlockCount, 1);
     return ByteArraySize == 0 ? -1 : ByteArraySize;

@@ -3,9 +3,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <limits>
 
 #include "base/Checked.h"
+#include "base/FilePaths.h"
 
 namespace quillet {
 namespace {
@@ -56,12 +59,20 @@ int32_t cVerdata::cOpen(const std::string& Filename) {
     return 0;
 }
 
-int32_t cVerdata::cCreate(const std::string& Filename, int32_t NumberOfBlocks) {
+int32_t cVerdata::cCreate(const std::string& Filename, int32_t NumberOfBlocks, unsigned createMode) {
     if (IsOpen()) return 504;
+    lastError_ = 0;
     const int64_t dataStart = EntryOffset(NumberOfBlocks);
-    if (NumberOfBlocks < 0 || dataStart > kFileLimit) return 505;
+    if (NumberOfBlocks < 0 || dataStart > kFileLimit) {
+        lastError_ = EFBIG;
+        return 505;
+    }
+    name_ = Filename;
     ::unlink(Filename.c_str());
-    if (!file_.Open(Filename, BinaryFile::Mode::Create)) return 505;
+    if (!file_.Open(Filename, BinaryFile::Mode::Create, createMode)) {
+        lastError_ = errno;
+        return 505;
+    }
 
     // The count and every reserved entry reach the file now: a disk that
     // cannot hold the index is found before any block is copied.
@@ -73,6 +84,7 @@ int32_t cVerdata::cCreate(const std::string& Filename, int32_t NumberOfBlocks) {
     StoreEntry(reservedEntry, 255, 0, 0, -1, 0);
     for (int32_t n = 0; n < NumberOfBlocks; ++n) header.Write(reservedEntry, sizeof reservedEntry);
     if (!header.Flush()) {
+        lastError_ = header.Error();
         file_.Close();
         ::unlink(Filename.c_str());
         return 505;
@@ -94,12 +106,18 @@ int32_t cVerdata::cClose() {
     if (Changed) {
         ok = index_->Flush();
         ok = data_->Flush() && ok;
+        if (!ok) lastError_ = index_->Error() != 0 ? index_->Error() : data_->Error();
         uint8_t count[4];
         StoreI32(count, BlockCount);
-        ok = ok && file_.WriteAt(0, count, sizeof count);
-        ok = ok && file_.Sync();
+        if (ok && !(file_.WriteAt(0, count, sizeof count) && file_.Sync())) {
+            ok = false;
+            lastError_ = errno;
+        }
     }
-    ok = file_.Close() && ok;
+    if (!file_.Close() && ok) {
+        ok = false;
+        lastError_ = errno;
+    }
     index_.reset();
     data_.reset();
     window_.clear();
@@ -110,11 +128,20 @@ int32_t cVerdata::cClose() {
 }
 
 int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
+    if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
+    return cSave(FileID, Block, Extra, ByteArraySize, [&](const ByteSink& sink) {
+        if (ByteArraySize > 0) sink(bytes.data(), static_cast<size_t>(ByteArraySize));
+    });
+}
+
+int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteSource& source) {
     if (!IsOpen() || !Changed) return 0;
     // Past the reserved entries the next entry would land on block data.
     if (BlockCount >= reserved_) Fail("More verdata entries than were reserved (" + std::to_string(reserved_) + ")");
-    if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
-    if (!index_->Ok() || !data_->Ok()) Fail("Writing the verdata file failed (is the disk full?)");
+    if (!index_->Ok() || !data_->Ok()) {
+        const int error = index_->Error() != 0 ? index_->Error() : data_->Error();
+        Fail("Writing " + name_ + " failed: " + ErrnoText(error));
+    }
 
     int32_t position = 0;
     if (ByteArraySize > 0) {
@@ -125,7 +152,15 @@ int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const Byte
     uint8_t entry[kVerdataEntrySize];
     StoreEntry(entry, FileID, Block, position, ByteArraySize, Extra);
     index_->Write(entry, sizeof entry);
-    if (ByteArraySize > 0) data_->Write(bytes.data(), static_cast<size_t>(ByteArraySize));
+    if (ByteArraySize > 0) {
+        int64_t passed = 0;
+        source([&](const uint8_t* data, size_t count) {
+            passed += static_cast<int64_t>(count);
+            if (passed > ByteArraySize) Fail(kSubscript);
+            data_->Write(data, count);
+        });
+        if (passed != ByteArraySize) Fail(kSubscript);
+    }
     BlockCount = AddLong(BlockCount, 1);
     windowEntries_ = 0;
     return ByteArraySize;
@@ -186,6 +221,26 @@ int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t&
     Block = block;
     Extra = extra;
     return ByteArraySize;
+}
+
+bool cVerdata::cEntry(int32_t Index, Entry& entry) {
+    if (!IsOpen() || Index < 0 || Index >= BlockCount) return false;
+    LeReader fields = EntryReader(Index);
+    entry.FileID = fields.I32();
+    entry.Block = fields.I32();
+    entry.Position = fields.I32();
+    entry.Size = fields.I32();
+    entry.Extra = fields.I32();
+    return true;
+}
+
+size_t cVerdata::cReadData(int64_t position, uint8_t* out, size_t count) {
+    if (position < 0) {  // nothing of the file lies before its start
+        const auto before = static_cast<size_t>(std::min<int64_t>(-position, static_cast<int64_t>(count)));
+        std::memset(out, 0, before);
+        return before == count ? 0 : cReadData(0, out + before, count - before);
+    }
+    return blockWindow_.Read(file_, position, out, count);
 }
 
 bool cVerdata::IndexFits() const {

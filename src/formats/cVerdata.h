@@ -29,9 +29,10 @@ public:
     // 503: no such file; 501: it cannot be opened; 502: this object has a file open.
     int32_t cOpen(const std::string& Filename);
     // Replaces the file with a new one: BlockCount 0 and NumberOfBlocks
-    // reserved entries, written out before the call answers.
+    // reserved entries, written out before the call answers. A new file gets
+    // createMode less the umask.
     // 505: any failure (a partial file is removed); 504: this object has a file open.
-    int32_t cCreate(const std::string& Filename, int32_t NumberOfBlocks);
+    int32_t cCreate(const std::string& Filename, int32_t NumberOfBlocks, unsigned createMode = 0666);
     // Writes BlockCount of a created file at byte 0 and puts the file on the
     // disk. 507: nothing open; 506: a write of this file failed (disk full...).
     int32_t cClose();
@@ -42,6 +43,29 @@ public:
     // shorter than ByteArraySize, for a file that would pass 2147483647 bytes
     // and once a write of this file has failed.
     int32_t cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize);
+    // The same with the ByteArraySize data bytes handed over by source in
+    // pieces (a block of any size needs no array of its size). A source that
+    // hands over another number of bytes is a Failure.
+    int32_t cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteSource& source);
+    // The error behind the last 505 or 506: the system's errno (0 if none).
+    int LastError() const { return lastError_; }
+
+    // Entry Index (from 0) as it stands in the file, with no rule applied
+    // and no byte read: for a copy that reads the bytes itself. Entries past
+    // the end of the file read as zeros. False if no file is open or Index
+    // is not within 0 .. BlockCount - 1.
+    struct Entry {
+        int32_t FileID = 0;
+        int32_t Block = 0;
+        int32_t Position = 0;
+        int32_t Size = 0;
+        int32_t Extra = 0;
+    };
+    bool cEntry(int32_t Index, Entry& entry);
+    // Reads count bytes at position of an opened file into out; what lies
+    // outside the file (past its end, or before its start) reads as zeros.
+    // Answers how many bytes came from the file.
+    size_t cReadData(int64_t position, uint8_t* out, size_t count);
     // Reads entry Index (from 0) and, for a Size above 0, its bytes. An entry
     // whose FileID is 256 or more gives FileID 255 and ByteArraySize -1.
     // Answers 0 and touches nothing if no file is open or Index is not below
@@ -78,6 +102,8 @@ private:
     int32_t windowEntries_ = 0;
     // The blocks of a file are mostly read in the order they lie in it.
     ReadWindow blockWindow_;
+    int lastError_ = 0;
+    std::string name_;  // of a created file, for the failures of cSave
 };
 
 }  // namespace quillet

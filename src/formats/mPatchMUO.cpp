@@ -2,12 +2,13 @@
 
 #include <unistd.h>
 
-#include "core/mPatch.h"
+#include "base/FilePaths.h"
+#include "base/SafeSave.h"
 #include "base/cError.h"
+#include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
 #include "formats/cMUO.h"
-#include "base/SafeSave.h"
 
 namespace quillet {
 
@@ -59,21 +60,35 @@ bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
 }
 
 bool SaveMUO(const std::string& PatchFilename) {
-    const std::string temp = TempNameBeside(PatchFilename);
+    std::string target = PatchFilename;  // the file itself, where PatchFilename is a symbolic link to it
+    std::string temp;
     FileIdentity made;  // the temporary file this save made; no other is touched
+    TempClaim claim;
     try {
+        // Through a link the file it names is replaced; the link stays.
+        if (const int error = ResolveLinks(PatchFilename, target); error != 0)
+            Fail(PatchFilename + ": " + ErrnoText(error));
+        const KeptAttributes kept = AttributesOf(target);
+        // Only a file is replaced: a directory, a pipe or a device under the name stays what it is.
+        if (NameTaken(target) && !kept.present)
+            if (std::string why = WhyNotAFile(target); !why.empty()) Fail(target + ": " + why);
+        temp = TempNameBeside(target);
+        RemoveDeadTempFiles(DirectoryOf(target));
+
         RecountAllBlocks();
         int64_t total = 0;
         for (int id = 0; id <= 254; ++id)
             if (!FileTypes[id].Name.empty()) total += PatchBlocks[id].Count;
 
         cMUO muo;
-        const int32_t created = muo.cCreate(temp);
+        claim.Name(temp);
+        const int32_t created = muo.cCreate(temp, CreateModeFor(kept));
         made = IdentityOf(temp);
-        if (created != 0) Fail(muo.cError(created) + " " + temp);
+        if (created != 0) Fail(muo.cError(created) + " " + temp + ": " + ErrnoText(muo.LastError()));
+        claim.Hold();
         CountingPoint progress(total);
         int64_t written = 0;
-        ByteArray bytes;
+        const ByteArray none;
         for (int id = 0; id < kFileIDs; ++id) {
             if (PatchBlocks[id].Count <= 0) continue;
             const int32_t flagged = FileTypes[id].InVerdata != 0 ? id : (id | 64);
@@ -81,17 +96,25 @@ bool SaveMUO(const std::string& PatchFilename) {
             for (size_t block = 0; block < blocks.size(); ++block) {
                 const PatchBlock& slot = blocks[block];
                 if (slot.Offset <= -1) continue;
-                if (slot.Offset != 0 && slot.Size > 0) Datafile_Read(DataFileHandle, slot.Offset, slot.Size, bytes);
-                muo.cSave(flagged, static_cast<int32_t>(block), slot.Extra, bytes, slot.Size);
+                const auto number = static_cast<int32_t>(block);
+                // The bytes go from the DataFile to the file a piece at a time.
+                if (slot.Offset != 0 && slot.Size > 0)
+                    muo.cSave(flagged, number, slot.Extra, slot.Size, [&](const ByteSink& sink) {
+                        Datafile_CopyTo(DataFileHandle, slot.Offset, slot.Size, sink);
+                    });
+                else
+                    muo.cSave(flagged, number, slot.Extra, none, slot.Size);
                 progress.Tick(written++);
             }
         }
-        if (const int32_t code = muo.cClose(); code != 0) Fail(muo.cError(code) + " " + temp);
-        if (!CommitReplace(temp, PatchFilename, made))
-            Fail("Unable to replace " + PatchFilename + " by " + temp + " (was it changed by another program?)");
+        if (const int32_t code = muo.cClose(); code != 0)
+            Fail(muo.cError(code) + " " + temp + ": " + ErrnoText(muo.LastError()));
+        claim.Ready(kept);
+        if (std::string why; !CommitReplace(temp, target, made, &why))
+            Fail("Unable to replace " + target + " by " + temp + ": " + why);
         return true;
     } catch (...) {
-        RemoveIfSame(temp, made);
+        if (!temp.empty()) RemoveIfSame(temp, made);
         gError.Log("mPatch.SaveMUO");
         return false;
     }

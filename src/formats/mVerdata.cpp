@@ -4,24 +4,63 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-#include "core/mPatch.h"
+#include "base/FilePaths.h"
+#include "base/SafeSave.h"
+#include "base/Warnings.h"
 #include "base/cError.h"
-#include "support/Services.h"
+#include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
 #include "formats/cVerdata.h"
-#include "base/FilePaths.h"
-#include "base/SafeSave.h"
+#include "support/Caseless.h"
+#include "support/Services.h"
 
 namespace quillet {
 namespace {
 
 // The highest FileID that an export writes.
 constexpr int kLastExportedFileID = 250;
+// What an old file's block holds of its bytes at a time on their way to the new file.
+constexpr size_t kCopyChunk = 1 << 16;
+
+const std::string kNoVerdata = "Cannot find verdata.mul in the directory you run Quillet.";
+const std::string kCannotOpen = "Unable to open the verdata.mul. It is maybe in use or read only.";
+const std::string kCannotCreate = "Unable to create the new verdata.mul";
+
+// The files of one export. mul is the file replaced: verdata.mul in the
+// directory given, or, where that is a symbolic link, the file it leads to.
+// The new file and the backups are made beside mul, so that the rename that
+// puts the new file in place stays within one directory and a backup lies
+// beside the file it was.
+struct ExportNames {
+    std::string dir;  // mul's directory, with a closing '/' ("" for the current one)
+    std::string mul;
+    std::string tmp;   // stem.tmp
+    std::string stem;  // mul's name without ".mul": "verdata"
+};
+
+ExportNames NamesFor(const std::string& mul) {
+    ExportNames names;
+    names.mul = mul;
+    names.dir = WithSlash(DirectoryOf(mul));
+    names.stem = mul.substr(mul.find_last_of('/') + 1);  // npos + 1 is 0
+    if (names.stem.size() > 4 && SameCaseless(std::string_view(names.stem).substr(names.stem.size() - 4), ".mul"))
+        names.stem.resize(names.stem.size() - 4);
+    names.tmp = names.dir + names.stem + ".tmp";
+    return names;
+}
+
+std::string Shown(const std::string& dir) { return dir.empty() ? std::string(".") : WithoutSlash(dir); }
+
+// The export's own words, then the file and the system's reason.
+std::string WithReason(const std::string& text, const std::string& path, const std::string& why) {
+    return text + "\r\n" + path + ": " + why;
+}
 
 // The swap after verdata.tmp is complete and on the disk.
 //
@@ -37,15 +76,15 @@ constexpr int kLastExportedFileID = 250;
 // replaces it in one step. Only a file system without hard links moves the
 // old file away first, which leaves verdata.mul missing between two renames.
 // Any step that fails undoes the steps before it and throws.
-void SwapInNewVerdata(const std::string& dir, const FileIdentity& written) {
-    const std::string mul = dir + "verdata.mul";
-    const std::string tmp = dir + "verdata.tmp";
-    const std::string bak = dir + "verdata.bak";
+void SwapInNewVerdata(const ExportNames& names, const FileIdentity& written) {
+    const std::string& mul = names.mul;
+    const std::string& tmp = names.tmp;
+    const std::string bak = names.dir + names.stem + ".bak";
 
     std::string olderBackup;
     if (NameTaken(bak)) {
         for (int32_t n = 1;; n = AddLong(n, 1)) {
-            const std::string numbered = dir + "verdata." + std::to_string(n) + ".bak";
+            const std::string numbered = names.dir + names.stem + "." + std::to_string(n) + ".bak";
             if (NameTaken(numbered)) continue;
             const int error = RenameNoReplace(bak, numbered);
             if (error == 0) {
@@ -80,7 +119,7 @@ void SwapInNewVerdata(const std::string& dir, const FileIdentity& written) {
         restoreOlderBackup();
         Fail("Cannot rename " + tmp + " to " + mul + ": " + why);
     }
-    SyncDirectory(dir);
+    SyncDirectory(names.dir);
 }
 
 }  // namespace
@@ -120,12 +159,13 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
     }
 }
 
-bool ExportVerdata(const std::string& Directory) {
-    const std::string dir = WithSlash(Directory);
-    const std::string mul = dir + "verdata.mul";
-    const std::string tmp = dir + "verdata.tmp";
+bool ExportVerdata(const std::string& Directory, LockWait wait) {
+    const std::string given = WithSlash(Directory) + "verdata.mul";
+    ExportNames names;
     bool created = false;
     FileIdentity written;  // of the verdata.tmp this export made; no other is touched
+    FileLock directoryLock;  // before claim: it is released after it
+    TempClaim claim;
     try {
         int64_t patchTotal = 0;
         for (int id = 0; id <= kLastExportedFileID; ++id) {
@@ -137,46 +177,108 @@ bool ExportVerdata(const std::string& Directory) {
             MsgBox("There are no blocks in the patch to save.");
             return false;
         }
-        if (!gFileIO.FileExist(mul)) {
-            MsgBox("Cannot find verdata.mul in the directory you run Quillet.");
+        // The directory the new file is written into is locked for the whole
+        // export: two exports there would share verdata.tmp. Locked first,
+        // then the link followed again, in case it changed meanwhile.
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            std::string real;
+            if (const int error = ResolveLinks(given, real); error != 0) {
+                MsgBox(WithReason(kNoVerdata, given, ErrnoText(error)));
+                return false;
+            }
+            if (attempt > 0 && real == names.mul) break;
+            names = NamesFor(real);
+            const std::string place = names.dir.empty() ? "." : names.dir;
+            const bool locked = wait == LockWait::Wait ? directoryLock.Lock(place) : directoryLock.TryLock(place);
+            // A directory that cannot be opened to be locked (no read access,
+            // or none at all) is worked in unlocked; what it lacks is told below.
+            if (!locked && errno == EWOULDBLOCK) {
+                MsgBox("Another program is writing into the directory " + Shown(names.dir) +
+                       " (another export?): nothing was exported.");
+                return false;
+            }
+        }
+        if (!gFileIO.FileExist(names.mul)) {
+            MsgBox(WithReason(kNoVerdata, names.mul, WhyNotAFile(names.mul)));
             return false;
         }
         cVerdata oldFile;
         cVerdata newFile;
-        if (oldFile.cOpen(mul) != 0) {
-            MsgBox("Unable to open the verdata.mul. It is maybe in use or read only.");
+        if (oldFile.cOpen(names.mul) != 0) {
+            MsgBox(WithReason(kCannotOpen, names.mul, ErrnoText(errno)));
             return false;
         }
+        // Only the entries that the file holds whole are copied: a count
+        // beyond them (or below 0) would copy invented entries into the
+        // game's file.
         const int32_t oldCount = oldFile.cCount();
-        // A count that the file cannot hold would copy invented entries into
-        // the game's file; such a file is refused before anything is written.
-        if (!oldFile.IndexFits())
-            Fail(mul + " counts " + std::to_string(oldCount) + " entries, more than its " +
-                 std::to_string(oldFile.FileSize()) + " bytes can hold");
-        const int32_t finalCount = AddLong(ToLong(patchTotal), oldCount);
+        const int64_t held = std::max<int64_t>(0, (oldFile.FileSize() - kVerdataHeaderSize) / kVerdataEntrySize);
+        const auto copied = static_cast<int32_t>(std::clamp<int64_t>(oldCount, 0, held));
+        if (oldCount < 0)
+            Warn(names.mul + " counts " + std::to_string(oldCount) +
+                 " entries: none of its entries were copied into the new file.");
+        else if (copied != oldCount)
+            Warn(names.mul + " counts " + std::to_string(oldCount) + " entries but holds only " +
+                 std::to_string(copied) + ": the " + std::to_string(oldCount - copied) +
+                 " missing entries were left out of the new file.");
+        const int32_t finalCount = AddLong(ToLong(patchTotal), copied);
 
+        RemoveDeadTempFiles(names.dir);
+        const KeptAttributes kept = AttributesOf(names.mul);
         created = true;  // from here on a verdata.tmp may exist that is ours to remove
-        const int32_t createCode = newFile.cCreate(tmp, finalCount);
-        written = IdentityOf(tmp);
+        claim.Name(names.tmp);
+        const int32_t createCode = newFile.cCreate(names.tmp, finalCount, CreateModeFor(kept));
+        written = IdentityOf(names.tmp);
         if (createCode != 0) {
-            MsgBox("Unable to create the new verdata.mul");
+            MsgBox(WithReason(kCannotCreate, names.tmp, ErrnoText(newFile.LastError())));
             oldFile.cClose();
-            RemoveIfSame(tmp, written);
+            RemoveIfSame(names.tmp, written);
             return false;
         }
+        claim.Hold();
 
         CountingPoint progress(finalCount);
         int32_t running = 0;
-        ByteArray bytes;  // every block of both files passes through this one array
-        for (int32_t index = 0; index < oldCount; ++index) {
-            uint8_t fileId = 0;
-            int32_t block = 0, extra = 0, size = 0;
-            oldFile.cLoad(index, fileId, block, extra, bytes, size);
-            newFile.cSave(fileId, block, extra, bytes, size);
+        const ByteArray none;
+        int32_t cutBlocks = 0;
+        // Every block of both files passes through a fixed buffer, a piece at a time.
+        for (int32_t index = 0; index < copied; ++index) {
+            cVerdata::Entry entry;
+            oldFile.cEntry(index, entry);
+            if (entry.FileID < 0)
+                Fail(names.mul + ": entry " + std::to_string(index) + " has the FileID " +
+                     std::to_string(entry.FileID) + ", which is no file number");
+            if (entry.FileID >= 256) {
+                // Not a file number of the client: kept as an entry without data.
+                newFile.cSave(255, entry.Block, entry.Extra, none, -1);
+            } else if (entry.Size > 0) {
+                // Bytes that the old file does not have (a cut last block)
+                // are written as zeros: the read goes on, and says so below.
+                bool cut = false;
+                newFile.cSave(static_cast<uint8_t>(entry.FileID), entry.Block, entry.Extra, entry.Size,
+                              [&](const ByteSink& sink) {
+                                  uint8_t chunk[kCopyChunk];
+                                  int64_t at = entry.Position;
+                                  for (int64_t left = entry.Size; left > 0;) {
+                                      const auto piece = static_cast<size_t>(std::min<int64_t>(left, kCopyChunk));
+                                      if (oldFile.cReadData(at, chunk, piece) != piece) cut = true;
+                                      sink(chunk, piece);
+                                      at += static_cast<int64_t>(piece);
+                                      left -= static_cast<int64_t>(piece);
+                                  }
+                              });
+                if (cut) ++cutBlocks;
+            } else {
+                newFile.cSave(static_cast<uint8_t>(entry.FileID), entry.Block, entry.Extra, none, entry.Size);
+            }
             running = AddLong(running, 1);
             progress.Tick(running);
         }
         oldFile.cClose();
+        if (cutBlocks > 0)
+            Warn(std::to_string(cutBlocks) + (cutBlocks == 1 ? " block of " : " blocks of ") + names.mul +
+                 (cutBlocks == 1 ? " reaches" : " reach") +
+                 " past the end of the file: the missing bytes were written as zeros.");
 
         for (int id = 0; id <= kLastExportedFileID; ++id) {
             if (FileTypes[id].Name.empty()) continue;
@@ -186,12 +288,16 @@ bool ExportVerdata(const std::string& Directory) {
                 const PatchBlock& slot = blocks[block];
                 const auto blockNumber = static_cast<int32_t>(block);
                 if (slot.Offset > 0) {
-                    if (slot.Size > 0) Datafile_Read(DataFileHandle, slot.Offset, slot.Size, bytes);
-                    newFile.cSave(fileId, blockNumber, slot.Extra, bytes, slot.Size);
+                    if (slot.Size > 0)
+                        newFile.cSave(fileId, blockNumber, slot.Extra, slot.Size, [&](const ByteSink& sink) {
+                            Datafile_CopyTo(DataFileHandle, slot.Offset, slot.Size, sink);
+                        });
+                    else
+                        newFile.cSave(fileId, blockNumber, slot.Extra, none, slot.Size);
                     running = AddLong(running, 1);
                 } else if (slot.Offset == 0) {
                     // A present block without bytes is written as Size -1, whatever the slot says.
-                    newFile.cSave(fileId, blockNumber, slot.Extra, bytes, -1);
+                    newFile.cSave(fileId, blockNumber, slot.Extra, none, -1);
                     running = AddLong(running, 1);
                 }
                 progress.Tick(running);
@@ -199,12 +305,14 @@ bool ExportVerdata(const std::string& Directory) {
         }
         if (newFile.cCount() != finalCount)
             Fail("Wrote " + std::to_string(newFile.cCount()) + " verdata entries of " + std::to_string(finalCount));
-        if (const int32_t code = newFile.cClose(); code != 0) Fail(newFile.cError(code) + " " + tmp);
+        if (const int32_t code = newFile.cClose(); code != 0)
+            Fail(newFile.cError(code) + " " + names.tmp + ": " + ErrnoText(newFile.LastError()));
 
-        SwapInNewVerdata(dir, written);
+        claim.Ready(kept);
+        SwapInNewVerdata(names, written);
         return true;
     } catch (...) {
-        if (created) RemoveIfSame(tmp, written);
+        if (created) RemoveIfSame(names.tmp, written);
         gError.Log("mVerdata.ExportVerdata");
         return false;
     }

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "base/FileLock.h"
+
 namespace quillet {
 
 // Merges the entries of a verdata file whose FileID and Block lie in the
@@ -22,13 +24,26 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
 // as verdata.tmp and put on the disk before it takes the name verdata.mul,
 // and verdata.mul names a complete file at every moment. The old file stays
 // as verdata.bak; an older verdata.bak is kept as verdata.N.bak, N the first
-// free number from 1, so that no backup is ever deleted.
+// free number from 1, so that no backup is ever deleted. The new file takes
+// the old one's mode, owner and group (as far as this user may set them).
+//
+// A verdata.mul that is a symbolic link is exported through: the file it
+// leads to is replaced, the new file is built beside that file and the
+// backup kept beside it (NAME.tmp, NAME.bak for a file NAME.mul), and the
+// link stays. The directory written into is locked (flock) for the whole
+// export; another export there waits for it, or with LockWait::NoWait the
+// export ends at once with a message.
+//
+// Old entries whose bytes reach past the end of the old file are copied with
+// zeros for what is missing, and entries the old file counts but does not
+// hold are left out; both are told as warnings (base/Warnings.h).
 //
 // Answers true when the new verdata.mul is in place. Otherwise the user has
 // been told by a message (no blocks, no verdata.mul, it cannot be opened, the
-// new file cannot be created) or the failure is logged; in both cases
-// verdata.mul and every backup are as they were and no verdata.tmp is left.
-// Directory may end in '/' or not; the GUI passes the program's directory.
-bool ExportVerdata(const std::string& Directory);
+// new file cannot be created, the directory is in use) or the failure is
+// logged; in both cases verdata.mul and every backup are as they were and no
+// verdata.tmp is left. Directory may end in '/' or not; the GUI passes the
+// program's directory.
+bool ExportVerdata(const std::string& Directory, LockWait wait = LockWait::Wait);
 
 }  // namespace quillet

@@ -57,10 +57,17 @@ void frmExport::cmdExport_Click() {
     // user of the failures it foresees; one it only logs (a full disk, say)
     // is told here. The dialog closes whatever the outcome, and as an export
     // does not change the patch, nothing is refreshed.
+    // Another program exporting into the same folder is told at once
+    // (NoWait): a window that hangs until that one ends tells nothing.
     hide();
-    const Result exported = ExportToVerdata(gFileIO.exepath);
+    const Result exported = ExportToVerdata(gFileIO.exepath, LockWait::NoWait);
     if (!exported && !exported.WasShown())
         MsgBox("verdata.mul was not written; the file that was there is unchanged. The log tells why.");
+    if (!exported.Warnings().empty()) {
+        std::string text;
+        for (const std::string& warning : exported.Warnings()) text += (text.empty() ? "" : "\r\n") + warning;
+        MsgBox(text);
+    }
     done(QDialog::Accepted);
 }
 

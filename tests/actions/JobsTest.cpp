@@ -5,11 +5,12 @@
 #include <stdexcept>
 
 #include "actions/RunJob.h"
-#include "base/Warnings.h"
 #include "actions/mExportJob.h"
 #include "actions/mImportJobs.h"
 #include "actions/mPageJobs.h"
 #include "actions/mPatchJobs.h"
+#include "base/FileLock.h"
+#include "base/Warnings.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/mMuls.h"
@@ -127,16 +128,28 @@ TEST_F(PatchTest, ExportTellsWhetherTheUserHasSeenItsFailure) {
     EXPECT_TRUE(empty.WasShown());
     EXPECT_EQ(empty.Text(), "There are no blocks in the patch to save.");
 
-    // A verdata.mul that counts more entries than it can hold: only the log says why.
+    // A verdata.mul with an entry of a negative FileID: only the log says why.
     StoreBlock(kArt, 7, 2, 0, kTwoBytes);
-    test::WriteFile(Path("verdata.mul"), Bytes{}.le(5).b);
+    test::WriteFile(Path("verdata.mul"), Bytes{}.le(1).verdata(-1, 0, 0, -1, 0).b);
     const Result refused = ExportToVerdata(dir);
     EXPECT_TRUE(refused.WasLogged()) << refused.Text();
     EXPECT_EQ(refused.Text().rfind("mVerdata.ExportVerdata: ", 0), 0u);
 
+    // The directory held by another export: told at once without waiting.
     test::WriteFile(Path("verdata.mul"), Bytes{}.le(0).b);
+    FileLock other;
+    ASSERT_TRUE(other.Lock(dir));
+    const Result busy = ExportToVerdata(dir, LockWait::NoWait);
+    EXPECT_TRUE(busy.WasShown());
+    EXPECT_EQ(busy.Text().rfind("Another program is writing into the directory " + dir, 0), 0u) << busy.Text();
+    other.Release();
+
+    // What the export went past rides along with its success.
+    test::WriteFile(Path("verdata.mul"), Bytes{}.le(2).b);
     waitTexts.clear();
-    EXPECT_TRUE(ExportToVerdata(dir).Ok());
+    const Result done = ExportToVerdata(dir);
+    EXPECT_TRUE(done.Ok());
+    EXPECT_EQ(done.Warnings().size(), 1u);
     EXPECT_EQ(waitTexts, std::vector<std::string>{"Exporting to verdata. Please wait."});
 }
 

@@ -38,7 +38,8 @@ mkdir -p "$scratch/none"
 expect_status 1 "$cli" export --patch "$scratch/empty.muo" --dir "$scratch/old"
 expect_same "There are no blocks in the patch to save." "$err" "empty patch message"
 expect_status 1 "$cli" export --patch "$scratch/base.muo" --dir "$scratch/none"
-expect_same "Cannot find verdata.mul in the directory you run Quillet." "$err" "missing verdata message"
+expect_same "Cannot find verdata.mul in the directory you run Quillet.
+$scratch/none/verdata.mul: No such file or directory" "$err" "missing verdata message"
 [ -z "$(ls -A "$scratch/none")" ] || fail "a failed export wrote into the directory"
 expect_status 1 "$cli" export --patch "$scratch/base.muo" --dir "$scratch/no-such-dir"
 

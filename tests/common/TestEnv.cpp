@@ -2,15 +2,19 @@
 
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
+#include "actions/mStart.h"
+#include "base/ScratchFiles.h"
+#include "base/cError.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "base/cError.h"
-#include "actions/mStart.h"
 #include "core/mWait.h"
 
 namespace quillet::test {
@@ -26,6 +30,18 @@ void RemoveTree(const std::string& path) {
     std::filesystem::permissions(path, std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
                                  ignored);
     std::filesystem::remove_all(path, ignored);
+}
+
+bool MakeDeadRunsTempFile(const std::string& path) {
+    WriteFile(path, ByteArray{0x4B});
+    return ::setxattr(path.c_str(), kTempFileMark, "", 0, 0) == 0;
+}
+
+int DeadPid() {
+    const pid_t pid = ::fork();
+    if (pid == 0) ::_exit(0);
+    ::waitpid(pid, nullptr, 0);
+    return pid;
 }
 
 bool Exists(const std::string& path) {

@@ -35,6 +35,12 @@ bool Exists(const std::string& path);  // anything, a dangling link too
 ByteArray ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const ByteArray& bytes);
 std::string MakeTempDir();
+// A file as a run that was killed while it saved leaves it: marked as a
+// temporary file of ours, not locked. False where the file system keeps no
+// extended attributes.
+bool MakeDeadRunsTempFile(const std::string& path);
+// The number of a process that has ended.
+int DeadPid();
 void RemoveTree(const std::string& path);
 
 }  // namespace quillet::test

@@ -45,6 +45,31 @@ TEST_F(StoreTest, BlocksAppendToTheDataFileWithOneBasedOffsets) {
     EXPECT_EQ(across, (ByteArray{6, 5, 4, 4}));
 }
 
+// A block passes to a writer in pieces of at most 64 KiB, in order, from
+// the file and from the write buffer alike.
+TEST_F(StoreTest, DatafileCopiesABlockInFixedPieces) {
+    ByteArray large(200000);
+    for (size_t i = 0; i < large.size(); ++i) large[i] = static_cast<uint8_t>(i * 7 + i / 251);
+    StoreBlock(4, 1, 3, 0, ByteArray{1, 2, 3});
+    StoreBlock(4, 2, 200000, 0, large);
+    ASSERT_TRUE(Datafile_Flush(DataFileHandle));  // blocks 1 and 2 on the disk
+    StoreBlock(4, 3, 2, 0, ByteArray{8, 9});      // block 3 in the buffer
+    for (const auto& [block, want] : {std::pair{2, large}, std::pair{3, ByteArray{8, 9}}}) {
+        ByteArray copied;
+        size_t largest = 0;
+        Datafile_CopyTo(DataFileHandle, Slot(4, block).Offset, Slot(4, block).Size,
+                        [&](const uint8_t* data, size_t count) {
+                            largest = std::max(largest, count);
+                            copied.insert(copied.end(), data, data + count);
+                        });
+        EXPECT_EQ(copied, want) << block;
+        EXPECT_LE(largest, size_t{1} << 16);
+    }
+    const ByteSink ignore = [](const uint8_t*, size_t) {};
+    EXPECT_THROW(Datafile_CopyTo(DataFileHandle, 0, 1, ignore), Failure);
+    EXPECT_THROW(Datafile_CopyTo(DataFileHandle, 2147483647, 2, ignore), Failure);  // past the last offset
+}
+
 // Reading back in storing order fills a read window; bytes flushed after it
 // was filled must be read from the file, not taken as the window's end.
 TEST_F(StoreTest, DatafileReadsInOrderSeeBlocksFlushedLater) {

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Warnings.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/mMuls.h"
@@ -73,50 +74,103 @@ TEST_F(PatchTest, ExportOntoAnOldVerdataIsByteExactAndKeepsEveryBackup) {
     EXPECT_EQ(Slot(8, 5).Offset, -1);
 }
 
-TEST_F(PatchTest, ExportMessagesComeInTheOrderOfTheirTests) {
+// Each message is the export's own words, then the file and the system's reason.
+TEST_F(PatchTest, ExportMessagesComeInTheOrderOfTheirTestsAndNameTheCause) {
     EXPECT_FALSE(ExportVerdata(dir));  // no blocks: the first message, even without a verdata.mul
     EXPECT_EQ(messages, std::vector<std::string>{"There are no blocks in the patch to save."});
 
     StoreBlock(4, 1, 1, 0, ByteArray{1});
     messages.clear();
+    const std::string mul = Path("verdata.mul");
     EXPECT_FALSE(ExportVerdata(dir));
-    ::mkdir(Path("verdata.mul").c_str(), 0700);  // a folder is not the file
+    ::mkdir(mul.c_str(), 0700);  // a folder is not the file
     EXPECT_FALSE(ExportVerdata(dir));
-    ::rmdir(Path("verdata.mul").c_str());
-    // Nor is a pipe, held open here so that no way of opening it can wait for a partner.
-    ASSERT_EQ(::mkfifo(Path("verdata.mul").c_str(), 0600), 0);
-    const int partner = ::open(Path("verdata.mul").c_str(), O_RDWR | O_NONBLOCK);
+    ::rmdir(mul.c_str());
+    // Nor is a pipe; no partner opens it, so any open that waits for one would hang here.
+    ASSERT_EQ(::mkfifo(mul.c_str(), 0600), 0);
     EXPECT_FALSE(ExportVerdata(dir));
-    ::close(partner);
-    ::unlink(Path("verdata.mul").c_str());
-    EXPECT_EQ(messages, (std::vector<std::string>{kNoVerdata, kNoVerdata, kNoVerdata}));
+    ::unlink(mul.c_str());
+    // A dangling link: the message names where it points.
+    ASSERT_EQ(::symlink("gone/verdata.mul", mul.c_str()), 0);
+    EXPECT_FALSE(ExportVerdata(dir));
+    ::unlink(mul.c_str());
+    const std::string none = std::string(kNoVerdata) + "\r\n";
+    EXPECT_EQ(messages,
+              (std::vector<std::string>{none + mul + ": No such file or directory", none + mul + ": Is a directory",
+                                        none + mul + ": a named pipe (FIFO), not a file",
+                                        none + Path("gone/verdata.mul") + ": No such file or directory"}));
 
     // The new file cannot be created: here a folder stands in its way.
     messages.clear();
-    test::WriteFile(Path("verdata.mul"), OldVerdata());
+    test::WriteFile(mul, OldVerdata());
     ::mkdir(Path("verdata.tmp").c_str(), 0700);
     EXPECT_FALSE(ExportVerdata(dir));
-    EXPECT_EQ(messages, std::vector<std::string>{"Unable to create the new verdata.mul"});
-    EXPECT_EQ(test::ReadFile(Path("verdata.mul")), OldVerdata());
+    EXPECT_EQ(messages, std::vector<std::string>{"Unable to create the new verdata.mul\r\n" + Path("verdata.tmp") +
+                                                 ": Is a directory"});
+    EXPECT_EQ(test::ReadFile(mul), OldVerdata());
     EXPECT_FALSE(Exists(Path("verdata.bak")));
     EXPECT_EQ(LogLines(), std::vector<std::string>{});
 }
 
-TEST_F(PatchTest, ExportRefusesAnOldVerdataItCannotTrust) {
+TEST_F(PatchTest, ExportRefusesAnOldEntryOfANegativeFileID) {
     StoreBlock(4, 1, 1, 0, ByteArray{1});
-    for (const ByteArray& file : {Bytes{}.le(4).verdata(4, 1, 0, -1, 0).b,  // count beyond the file
-                                  Bytes{}.le(1).verdata(4, 1, 24, 5, 0).raw({1, 2}).b,  // data past the end
-                                  Bytes{}.le(2).verdata(4, 1, 0, -1, 0).verdata(-3, 1, 0, -1, 0).b}) {
-        SCOPED_TRACE(::testing::PrintToString(file));
-        ::unlink(Path("test.log").c_str());
-        test::WriteFile(Path("verdata.mul"), file);
-        EXPECT_FALSE(ExportVerdata(dir));
-        EXPECT_EQ(test::ReadFile(Path("verdata.mul")), file);
-        EXPECT_FALSE(Exists(Path("verdata.tmp")) || Exists(Path("verdata.bak")));
-        ASSERT_EQ(LogLines().size(), 1u);
-        EXPECT_NE(LogLines()[0].find("mVerdata.ExportVerdata: "), std::string::npos);
+    const ByteArray file = Bytes{}.le(2).verdata(4, 1, 0, -1, 0).verdata(-3, 1, 0, -1, 0).b;
+    test::WriteFile(Path("verdata.mul"), file);
+    EXPECT_FALSE(ExportVerdata(dir));
+    EXPECT_EQ(test::ReadFile(Path("verdata.mul")), file);
+    EXPECT_FALSE(Exists(Path("verdata.tmp")) || Exists(Path("verdata.bak")));
+    ASSERT_EQ(LogLines().size(), 1u);
+    EXPECT_NE(LogLines()[0].find("mVerdata.ExportVerdata: "), std::string::npos);
+    EXPECT_TRUE(messages.empty());
+}
+
+// A cut old file does not block the export: what is there is copied, zeros
+// for the rest, and a warning says how many blocks were cut.
+TEST_F(PatchTest, ExportGoesOnPastACutOldFileAndWarns) {
+    StoreBlock(4, 1, 1, 0, ByteArray{0x77});
+    const std::string mul = Path("verdata.mul");
+    const std::string zeros = " past the end of the file: the missing bytes were written as zeros.";
+    const struct {
+        const char* name;
+        ByteArray old;
+        ByteArray want;
+        std::string warning;
+    } rows[] = {
+        {"a cut last block", Bytes{}.le(2).verdata(12, 5, 44, 1, 0).verdata(4, 9, 45, 5, 3).raw({0xAA, 1, 2}).b,
+         Bytes{}.le(3).verdata(12, 5, 64, 1, 0).verdata(4, 9, 65, 5, 3).verdata(4, 1, 70, 1, 0).b,
+         "1 block of " + mul + " reaches" + zeros},
+        // Bytes before the file's start (the last of these is the file's
+        // first, 3) and past its end; a FileID of 256 or more takes no bytes
+        // at all, whatever its position says.
+        {"blocks outside the file",
+         Bytes{}.le(3).verdata(4, 2, -2, 3, 0).verdata(300, 9, -50, 7, 1).verdata(4, 3, 9999, 2, 0).b,
+         Bytes{}
+             .le(4)
+             .verdata(4, 2, 84, 3, 0)
+             .verdata(255, 9, 0, -1, 1)
+             .verdata(4, 3, 87, 2, 0)
+             .verdata(4, 1, 89, 1, 0)
+             .b,
+         "2 blocks of " + mul + " reach" + zeros},
+        {"a count beyond the file", Bytes{}.le(4).verdata(4, 5, 0, -1, 0).b,
+         Bytes{}.le(2).verdata(4, 5, 0, -1, 0).verdata(4, 1, 44, 1, 0).b,
+         mul + " counts 4 entries but holds only 1: the 3 missing entries were left out of the new file."},
+        {"a negative count", Bytes{}.le(-7).verdata(4, 5, 0, -1, 0).b, Bytes{}.le(1).verdata(4, 1, 24, 1, 0).b,
+         mul + " counts -7 entries: none of its entries were copied into the new file."},
+    };
+    const ByteArray data[] = {{0xAA, 1, 2, 0, 0, 0, 0x77}, {0, 0, 3, 0, 0, 0x77}, {0x77}, {0x77}};  // behind the index
+    for (size_t row = 0; row < std::size(rows); ++row) {
+        SCOPED_TRACE(rows[row].name);
+        test::WriteFile(mul, rows[row].old);
+        ::unlink(Path("verdata.bak").c_str());
+        const WarningWatch warnings;
+        ASSERT_TRUE(ExportVerdata(dir));
+        EXPECT_EQ(test::ReadFile(mul), Bytes{rows[row].want}.raw(data[row]).b);
+        EXPECT_EQ(test::ReadFile(Path("verdata.bak")), rows[row].old);
+        EXPECT_EQ(warnings.Texts(), std::vector<std::string>{rows[row].warning});
     }
     EXPECT_TRUE(messages.empty());
+    EXPECT_EQ(LogLines(), std::vector<std::string>{});
 }
 
 TEST_F(PatchTest, HueGroupBecomesItsVerdataForm) {

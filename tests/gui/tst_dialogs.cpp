@@ -335,10 +335,11 @@ private Q_SLOTS:
         QVERIFY(guitest::ReadBytes(P("verdata.mul")) != old);
     }
 
-    // A failure the export only logs (here an old file that counts more entries than it holds) is still
-    // told, once; the old file stays (ExportTest).
+    // A failure the export only logs (here an old entry with a negative FileID) is still told, once;
+    // the old file stays (ExportTest).
     void exportFailureThatIsOnlyLoggedIsTold() {
-        QVERIFY(WriteAll(P("verdata.mul"), QByteArray("\x10\x00\x00\x00", 4)));
+        // Count 1, then FileID -1 and four zero fields.
+        QVERIFY(WriteAll(P("verdata.mul"), QByteArray("\x01\x00\x00\x00\xff\xff\xff\xff", 8) + QByteArray(16, '\0')));
         auto dialog = Open<frmExport>();
         StoreBlock(4, 7, 3, 0, Bytes(3, 7));
         Click(dialog->cmdExport);

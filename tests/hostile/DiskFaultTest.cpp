@@ -10,6 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -50,6 +51,19 @@ void ExpectBits(int got, std::initializer_list<const char*> names) {
 }
 
 const ByteArray kForeign{0xF0, 0x0F};
+
+// The text names the file (or one whose name begins so: a temporary file of
+// another process) and then gives one of the system's reasons.
+bool NamesCause(const std::string& text, const std::string& path, std::initializer_list<const char*> reasons) {
+    const size_t at = text.find(path);
+    if (at == std::string::npos) return false;
+    for (const char* reason : reasons)
+        if (text.find(std::string(": ") + reason, at) != std::string::npos) return true;
+    return false;
+}
+// A full disk, or a file size limit where no small disk could be made.
+constexpr std::initializer_list<const char*> kFull{"No space left on device", "File too large"};
+constexpr std::initializer_list<const char*> kDenied{"Permission denied", "Read-only file system"};
 
 void Replace(const std::string& path, const ByteArray& bytes) {
     test::WriteFile(path + ".new", bytes);
@@ -183,7 +197,9 @@ TEST_F(DiskFaultTest, SaveAndExportOnAFullDiskKeepTheOldFilesAndBackups) {
     EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
     EXPECT_EQ(test::ReadFile(disk + "/verdata.bak"), ByteArray{0xBA});
     EXPECT_EQ(hostile::FilesUnder(disk), (std::set<std::string>{"patch.muo", "verdata.bak", "verdata.mul"}));
-    EXPECT_EQ(LoggedProcs(), (std::vector<std::string>{"mPatch.SaveMUO", "mVerdata.ExportVerdata"}));
+    ASSERT_EQ(LoggedProcs(), (std::vector<std::string>{"mPatch.SaveMUO", "mVerdata.ExportVerdata"}));
+    EXPECT_TRUE(NamesCause(LogLines()[0], disk + "/.patch.muo.tmp-", kFull)) << LogLines()[0];
+    EXPECT_TRUE(NamesCause(LogLines()[1], disk + "/verdata.tmp", kFull)) << LogLines()[1];
     EXPECT_EQ(ReadBlockBytes(12, 1), big);  // the patch itself is as it was
 }
 
@@ -193,12 +209,15 @@ TEST_F(DiskFaultTest, ExportWhoseIndexCannotBeReservedTellsTheUser) {
     // 5000 present, empty blocks: no bytes, but 100 kB of index to reserve.
     for (int32_t block = 0; block < 5000; ++block) StoreBlock(4, block, -1, 0, nullptr);
 
-    ExpectBits(OnFullDisk(64 << 10,
-                          [&] {
-                              const bool exported = ExportVerdata(disk);
-                              return Bits({!exported, messages == std::vector<std::string>{kCannotCreate}});
-                          }),
-               {"ExportVerdata answers false", "the user is told that the new file cannot be created"});
+    ExpectBits(
+        OnFullDisk(64 << 10,
+                   [&] {
+                       const bool exported = ExportVerdata(disk);
+                       return Bits({!exported, messages.size() == 1 &&
+                                                   messages[0].rfind(std::string(kCannotCreate) + "\r\n", 0) == 0 &&
+                                                   NamesCause(messages[0], disk + "/verdata.tmp", kFull)});
+                   }),
+        {"ExportVerdata answers false", "the user is told that the new file cannot be created, and why"});
     EXPECT_EQ(test::ReadFile(disk + "/verdata.mul"), OldVerdata());
     EXPECT_EQ(hostile::FilesUnder(disk), std::set<std::string>{"verdata.mul"});
     EXPECT_EQ(LogLines(), std::vector<std::string>{});  // a message, not a log line
@@ -270,10 +289,11 @@ TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
     ::chmod(disk.c_str(), 0777);
     const int got = Unprivileged([&] {
         const bool exported = ExportVerdata(disk);
-        return Bits({!exported, messages == std::vector<std::string>{kCannotOpen}});
+        return Bits({!exported, messages.size() == 1 && messages[0].rfind(kCannotOpen, 0) == 0 &&
+                                    NamesCause(messages[0], verdata, kDenied)});
     });
     const bool noUser = got == -2;
-    if (!noUser) ExpectBits(got, {"ExportVerdata answers false", "the user is told it cannot be opened"});
+    if (!noUser) ExpectBits(got, {"ExportVerdata answers false", "the user is told it cannot be opened, and why"});
     EXPECT_EQ(hostile::FilesUnder(disk), files);
 
     // Writable files in a folder that cannot be written (on a read-only
@@ -282,16 +302,22 @@ TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
     messages.clear();
     ::unlink(Path("test.log").c_str());
     const char* told = mounted_ ? kCannotOpen : kCannotCreate;
+    const std::string file = mounted_ ? verdata : disk + "/verdata.tmp";
     ExpectBits(WithoutWriteAccess([&] {
                    const bool saved = SaveMUO(target), exported = ExportVerdata(disk);
-                   return Bits({!saved, !exported, messages == std::vector<std::string>{told}});
+                   return Bits({!saved, !exported,
+                                messages.size() == 1 && messages[0].rfind(told, 0) == 0 &&
+                                    NamesCause(messages[0], file, kDenied)});
                }),
                {"SaveMUO answers false", "ExportVerdata answers false", "the user is told why the export failed"});
     EXPECT_EQ(test::ReadFile(target), OldMuo());
     EXPECT_EQ(test::ReadFile(verdata), OldVerdata());
     EXPECT_EQ(hostile::FilesUnder(disk), files);
     // The unprivileged child cannot write the test's log; its line went to stderr.
-    if (mounted_ || ::geteuid() != 0) ExpectOneLogLine("mPatch.SaveMUO");
+    if (mounted_ || ::geteuid() != 0) {
+        ExpectOneLogLine("mPatch.SaveMUO");
+        EXPECT_TRUE(NamesCause(LogLines()[0], disk + "/.patch.muo.tmp-", kDenied)) << LogLines()[0];
+    }
     if (noUser) GTEST_SKIP() << "no unprivileged user: a read-only verdata.mul was not tried";
 }
 
@@ -372,6 +398,47 @@ TEST_F(DiskFaultTest, ExportWhileItsFilesAreDisturbed) {
             EXPECT_EQ(test::ReadFile(d + name), want) << name;
         }
     }
+}
+
+// A save and an export killed midway (at their first counting point) leave
+// their temporary files behind; the next save or export beside them cleans
+// them up (the export's verdata.tmp is simply replaced).
+TEST_F(DiskFaultTest, KilledSaveAndExportLeaveLitterThatTheNextOnesClean) {
+    for (int32_t block = 0; block <= 20000; ++block) StoreBlock(4, block, -1, 0, nullptr);
+    const std::string target = Path("patch.muo");
+    test::WriteFile(target, OldMuo());
+    test::WriteFile(Path("verdata.mul"), OldVerdata());
+    const auto killedAtFirstCountingPoint = [&](const std::function<bool()>& work) {
+        std::fflush(nullptr);
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            WaitHooks hooks = CurrentWaitHooks();
+            hooks.doEvents = [] { ::kill(::getpid(), SIGKILL); };
+            InstallWaitHooks(hooks);
+            work();
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+        return pid;
+    };
+    const pid_t saver = killedAtFirstCountingPoint([&] { return SaveMUO(target); });
+    const std::string litter = Path(".patch.muo.tmp-" + std::to_string(saver));
+    ASSERT_TRUE(Exists(litter)) << "the killed save left nothing to clean";
+    EXPECT_EQ(test::ReadFile(target), OldMuo());
+    char mark[1];
+    const bool marked = ::getxattr(litter.c_str(), "user.quillet.tempfile", mark, 0) >= 0;
+    ASSERT_TRUE(SaveMUO(target));
+    EXPECT_NE(Exists(litter), marked) << "cleaned exactly when marked (where the file system keeps the mark)";
+
+    killedAtFirstCountingPoint([&] { return ExportVerdata(dir); });
+    ASSERT_TRUE(Exists(Path("verdata.tmp")));
+    EXPECT_EQ(test::ReadFile(Path("verdata.mul")), OldVerdata());
+    ASSERT_TRUE(ExportVerdata(dir));
+    EXPECT_FALSE(Exists(Path("verdata.tmp")));
+    EXPECT_EQ(test::ReadFile(Path("verdata.bak")), OldVerdata());
+    if (!marked) GTEST_SKIP() << "the file system keeps no extended attributes: the killed save's file stays";
 }
 
 // A MUO file replaced or deleted while it is loaded (here at the first
