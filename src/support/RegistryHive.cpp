@@ -385,9 +385,7 @@ void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool w
                 // view has a component at the view's depth; guarded all the same.
                 if (below && from + view.depth < components.size()) {
                     const std::string& child = components[from + view.depth];
-                    bool known = false;
-                    for (const std::string& name : view.subkeys) known = known || SameCaseless(name, child);
-                    if (!known) view.subkeys.push_back(child);
+                    if (view.subkeysSeen.insert(LowerText(child)).second) view.subkeys.push_back(child);
                 }
             }
             continue;
@@ -413,14 +411,10 @@ void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool w
         if (kind == ValueLine::Broken) continue;
         name = LowerText(name);
         for (KeyView* view : inSection) {
-            auto& values = view->values;
-            for (auto it = values.begin(); it != values.end(); ++it) {
-                if (it->first == name) {
-                    values.erase(it);
-                    break;
-                }
-            }
-            if (kind == ValueLine::Value) values.emplace_back(name, text);
+            if (kind == ValueLine::Value)
+                view->values[name] = text;
+            else
+                view->values.erase(name);
         }
     }
 }

@@ -5,7 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <utility>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace quillet {
@@ -38,7 +39,8 @@ struct KeyView {
     size_t depth = 0;  // number of names in path
     bool exists = false;
     std::vector<std::string> subkeys;  // as first written
-    std::vector<std::pair<std::string, std::string>> values;  // lower-case name, text
+    std::unordered_set<std::string> subkeysSeen;          // their names in lower case
+    std::unordered_map<std::string, std::string> values;  // lower-case name -> text
 };
 
 // One pass over the hive that fills in every view: whether its key exists
@@ -46,7 +48,9 @@ struct KeyView {
 // its values with their texts (strings in UTF-8, other types as their bytes;
 // a later line of the same name replaces an earlier one, "=-" deletes it).
 // Key is the root key the file holds; a regedit export's sections under
-// other roots are passed over. Broken lines are skipped.
+// other roots are passed over. Broken lines are skipped. The pass is linear in
+// the file's length: a key's subkeys and values are found by hashing, as a
+// registry may hold tens of thousands of them under one key.
 void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool wantValues);
 
 }  // namespace quillet

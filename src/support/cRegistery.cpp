@@ -97,11 +97,11 @@ std::string cRegistery::GetValue(const std::string& lpSubKey, const std::string&
     ScanHive(hive, Key, views, true);
     const std::string name = LowerText(lpValue);
     for (const KeyView& view : views) {
-        for (const auto& [valueName, text] : view.values) {
-            if (valueName != name) continue;
-            const size_t zero = text.find('\0');
-            return zero == std::string::npos ? text : text.substr(0, zero);
-        }
+        const auto found = view.values.find(name);
+        if (found == view.values.end()) continue;
+        const std::string& text = found->second;
+        const size_t zero = text.find('\0');
+        return zero == std::string::npos ? text : text.substr(0, zero);
     }
     return Default;
 }

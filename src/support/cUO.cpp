@@ -28,9 +28,18 @@ double NumericValue(const std::string& text) {
     return std::strtod(number.c_str(), nullptr);
 }
 
-std::string WithoutAll(std::string text, const std::string& name) {
-    for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, at)) text.erase(at, name.size());
-    return text;
+// Every occurrence of name taken out, in one pass from left to right: an
+// occurrence that the taking out of another one brings together is kept.
+std::string WithoutAll(const std::string& text, const std::string& name) {
+    std::string out;
+    out.reserve(text.size());
+    size_t from = 0;
+    for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, from)) {
+        out.append(text, from, at - from);
+        from = at + name.size();
+    }
+    out.append(text, from, std::string::npos);
+    return out;
 }
 
 bool FileThere(const std::string& path) {
