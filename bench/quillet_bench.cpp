@@ -218,6 +218,11 @@ void Require(bool ok, const std::string& what, const std::string& error) {
 void Generate() {
     std::string error;
     const auto t0 = NowMs();
+    // The generator makes its files new: those of an earlier run in a --dir
+    // given again go first.
+    for (const char* name : {"map0.mul", "map0-changed.mul", "staidx0.mul", "statics0.mul", "artidx.mul", "art.mul",
+                             "gumpidx.mul", "gumpart.mul", "radarcol.mul", "verdata-old.mul"})
+        fs::remove(In(name));
     Require(sample::WriteMap(In("map0.mul"), sample::kMapColumns, sample::kMapRows, 1, &error), "map0.mul", error);
     Require(sample::WriteChangedMap(In("map0-changed.mul"), sample::kMapColumns, sample::kMapRows, 1,
                                     sample::MapChange{7, 10}, &error),
@@ -328,7 +333,7 @@ int main(int argc, char** argv) {
     RegisterFileTypes();
     DataFileDirectory = gDir;
     gError.LogFileOverride = In("quillet-bench.log");
-    gUO.UO2DPath = gDir + "/";  // radarcol.mul for PatchNew
+    ClientLocation().UO2DPath = gDir + "/";  // radarcol.mul for PatchNew
 
     Generate();
 
