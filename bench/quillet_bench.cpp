@@ -28,18 +28,19 @@
 #include <string>
 #include <vector>
 
+#include "actions/mStart.h"
+#include "base/cError.h"
 #include "core/BlockRows.h"
 #include "core/mDatafile.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "base/cError.h"
-#include "support/Services.h"
-#include "actions/mStart.h"
 #include "formats/mPatchMUO.h"
 #include "formats/mVerdata.h"
 #include "operations/mGumps.h"
 #include "operations/mImport.h"
 #include "sample/SampleClient.h"
+#include "support/Services.h"
+#include "support/cRegistery.h"
 #include "viewers/Canvas.h"
 #include "viewers/mMap.h"
 #include "viewers/mStatics.h"
@@ -218,6 +219,11 @@ void Require(bool ok, const std::string& what, const std::string& error) {
 void Generate() {
     std::string error;
     const auto t0 = NowMs();
+    // The generator makes its files new: those of an earlier run in a --dir
+    // given again go first.
+    for (const char* name : {"map0.mul", "map0-changed.mul", "staidx0.mul", "statics0.mul", "artidx.mul", "art.mul",
+                             "gumpidx.mul", "gumpart.mul", "radarcol.mul", "verdata-old.mul"})
+        fs::remove(In(name));
     Require(sample::WriteMap(In("map0.mul"), sample::kMapColumns, sample::kMapRows, 1, &error), "map0.mul", error);
     Require(sample::WriteChangedMap(In("map0-changed.mul"), sample::kMapColumns, sample::kMapRows, 1,
                                     sample::MapChange{7, 10}, &error),
@@ -231,6 +237,56 @@ void Generate() {
     Require(sample::WriteRadarcol(In("radarcol.mul"), 1, &error), "radarcol.mul", error);
     Require(sample::WriteSampleVerdata(In("verdata-old.mul"), kVerdataEntries, 1, &error), "verdata-old.mul", error);
     std::printf("generated data in %s (%.0f ms)\n", gDir.c_str(), NowMs() - t0);
+}
+
+// A Wine prefix whose system.reg is as large as a real one grows (109 MiB):
+// COM classes and interfaces of a 64-bit prefix, with #time lines, default
+// values, strings and hexadecimal data over two lines, and the 2D client's
+// key near the end, under Wow6432Node as a 32-bit installer leaves it.
+void WriteLargeRegistry(const std::string& prefix) {
+    const std::string client = prefix + "/drive_c/Program Files/Ultima Online";
+    fs::create_directories(client);
+    std::FILE* exe = std::fopen((client + "/client.exe").c_str(), "wb");
+    std::FILE* out = std::fopen((prefix + "/system.reg").c_str(), "wb");
+    if (!exe || !out) {
+        std::fprintf(stderr, "cannot write the registry in %s\n", prefix.c_str());
+        std::exit(1);
+    }
+    std::fputs("MZ", exe);
+    std::fclose(exe);
+    std::fputs("WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n#arch=win64\n\n", out);
+    unsigned long long state = 1;
+    const auto next = [&state] {
+        state = state * 6364136223846793005ull + 1442695040888963407ull;
+        return state >> 16;
+    };
+    char text[512];
+    for (long written = 0, n = 0; written < (long{109} << 20); ++n) {
+        char guid[48];
+        std::snprintf(guid, sizeof guid, "{%08llX-%04llX-%04llX-%04llX-%012llX}", next() & 0xFFFFFFFFull,
+                      next() & 0xFFFF, next() & 0xFFFF, next() & 0xFFFF, next() & 0xFFFFFFFFFFFFull);
+        int length = std::snprintf(text, sizeof text,
+                                   "[Software\\\\Classes\\\\CLSID\\\\%s\\\\InprocServer32] 1700000000\n"
+                                   "#time=1d9a0b1c2d3e4f5\n@=\"C:\\\\windows\\\\system32\\\\lib%ld.dll\"\n"
+                                   "\"ThreadingModel\"=\"Both\"\n\n",
+                                   guid, n);
+        if (n % 7 == 0)
+            length += std::snprintf(text + length, sizeof text - static_cast<size_t>(length),
+                                    "[Software\\\\Wow6432Node\\\\Classes\\\\Interface\\\\%s] 1700000000\n"
+                                    "#time=1d9a0b1c2d3e4f5\n@=\"IInterface%ld\"\n\"Data\"=hex:01,02,03,04,05,06,07,"
+                                    "08,09,0a,0b,0c,0d,0e,0f,10,\\\n  11,12,13,14\n\n",
+                                    guid, n);
+        std::fwrite(text, 1, static_cast<size_t>(length), out);
+        written += length;
+    }
+    std::fputs(
+        "[Software\\\\Wow6432Node\\\\Origin Worlds Online\\\\Ultima Online\\\\1.0] 1700000000\n"
+        "\"ExePath\"=\"C:\\\\Program Files\\\\Ultima Online\\\\client.exe\"\n\n",
+        out);
+    if (std::fclose(out) != 0) {
+        std::fprintf(stderr, "cannot write the registry in %s\n", prefix.c_str());
+        std::exit(1);
+    }
 }
 
 // ExportVerdata renames the old file to a backup: every run starts again from
@@ -347,7 +403,7 @@ int main(int argc, char** argv) {
     RegisterFileTypes();
     DataFileDirectory = gDir;
     gError.LogFileOverride = In("quillet-bench.log");
-    gUO.UO2DPath = gDir + "/";  // radarcol.mul for PatchNew
+    ClientLocation().UO2DPath = gDir + "/";  // radarcol.mul for PatchNew
 
     Generate();
 
@@ -439,6 +495,18 @@ int main(int argc, char** argv) {
              StoreOneGigabyteBlock();
          },
          [&] { return ExportVerdata(In("export")); }, nullptr},
+        // The client's lookup in a registry of 109 MiB: what the GUI's start
+        // and the CLI's client command wait for.
+        {"9 cUO, 109 MiB registry",
+         [&] {
+             if (!fs::exists(In("prefix/system.reg"))) WriteLargeRegistry(In("prefix"));
+         },
+         [&] {
+             cUO location;
+             location.Init(cRegistery(In("prefix")));
+             return location.isUO2D && location.UO2DPath == In("prefix/drive_c/Program Files/Ultima Online/");
+         },
+         [&] { ReadFile(In("prefix/system.reg")); }},
     };
 
 #ifdef QUILLET_BENCH_GUI

@@ -51,6 +51,14 @@ ByteArray Slurp(const std::string& path) {
     return ByteArray(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+// A file the sample generator wrote for a seed, taken whole and removed: the
+// generator makes its files new, so the next seed needs the name free again.
+ByteArray TakeGenerated(const std::string& path) {
+    ByteArray bytes = Slurp(path);
+    fs::remove(path);
+    return bytes;
+}
+
 void Check(bool ok, const std::string& error) {
     if (ok) return;
     std::fprintf(stderr, "sample generator: %s\n", error.c_str());
@@ -130,7 +138,7 @@ ByteArray GeneratedMuo(const std::vector<PatchEntry>& entries) {
     const std::string path = gTemp + "/seed.muo";
     std::string error;
     Check(sample::WriteMUOFile(path, entries, &error), error);
-    return Slurp(path);
+    return TakeGenerated(path);
 }
 
 void MuoSeeds() {
@@ -217,7 +225,7 @@ ByteArray GeneratedUop(int32_t version, const std::vector<PatchEntry>& entries) 
     const std::string path = gTemp + "/seed.uop";
     std::string error;
     Check(sample::WriteUOPFile(path, version, entries, &error), error);
-    return Slurp(path);
+    return TakeGenerated(path);
 }
 
 ByteArray UopHeader(uint8_t version, int32_t count, const char* magic = "UOP") {
@@ -290,7 +298,7 @@ ByteArray GeneratedVerdata(const std::vector<PatchEntry>& entries) {
     const std::string path = gTemp + "/verdata.mul";
     std::string error;
     Check(sample::WriteVerdataFile(path, entries, &error), error);
-    return Slurp(path);
+    return TakeGenerated(path);
 }
 
 // Entries given with their Position as it stands, the data after them.
@@ -372,8 +380,8 @@ void Pair(const std::vector<sample::IdxRecord>& records, ByteArray& idx, ByteArr
         idxPath, mulPath, static_cast<int32_t>(records.size()),
         [&records](int32_t n, sample::IdxRecord& r) { r = records[static_cast<size_t>(n)]; }, nullptr, &error);
     Check(ok, error);
-    idx = Slurp(idxPath);
-    mul = Slurp(mulPath);
+    idx = TakeGenerated(idxPath);
+    mul = TakeGenerated(mulPath);
 }
 
 sample::IdxRecord Record(sample::IdxRecord::Kind kind, int32_t extra, ByteArray bytes = {}) {

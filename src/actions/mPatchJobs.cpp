@@ -37,4 +37,20 @@ Result CheckPatchFile(const std::string& PatchFilename) {
     return Result::Success();
 }
 
+std::string PatchInUseText(const std::string& PatchFilename) {
+    return PatchFilename + " is being used by another program.";
+}
+
+Result LockPatchFile(PathLock& lock, const std::string& PatchFilename) {
+    if (lock.Follow(PatchFilename)) return Result::Success();
+    if (lock.Acquire({{PatchFilename, LockMode::Exclusive}}, false)) return Result::Success();
+    return Result::Failed(PatchInUseText(PatchFilename));
+}
+
+Result SaveLockedPatch(PathLock& lock, const std::string& PatchFilename) {
+    const Result saved = SavePatch(PatchFilename);
+    lock.Follow(PatchFilename);
+    return saved;
+}
+
 }  // namespace quillet

@@ -32,6 +32,7 @@ bool BinaryFile::Open(const std::string& path, Mode mode, unsigned createMode) {
         case Mode::Read: flags |= O_RDONLY; break;
         case Mode::ReadWrite: flags |= O_RDWR; break;
         case Mode::Create: flags |= O_RDWR | O_CREAT | O_TRUNC; break;
+        case Mode::CreateNew: flags |= O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW; break;
     }
     do {
         fd_ = ::open(path.c_str(), flags, static_cast<mode_t>(createMode));

@@ -23,6 +23,8 @@ public:
         Read,       // existing file, read only
         ReadWrite,  // existing file, read and write
         Create,     // new empty file (an old one is replaced), read and write
+        CreateNew,  // new empty file, read and write; fails (EEXIST) on any name that
+                    // is taken, a symbolic link too: nothing that is there is touched
     };
 
     BinaryFile() = default;

@@ -10,21 +10,22 @@
 namespace quillet {
 
 FileLock::FileLock(FileLock&& other) noexcept
-    : fd_(std::exchange(other.fd_, -1)), owned_(std::exchange(other.owned_, false)) {}
+    : fd_(std::exchange(other.fd_, -1)), owned_(std::exchange(other.owned_, false)), mode_(other.mode_) {}
 
 FileLock& FileLock::operator=(FileLock&& other) noexcept {
     if (this != &other) {
         Release();
         fd_ = std::exchange(other.fd_, -1);
         owned_ = std::exchange(other.owned_, false);
+        mode_ = other.mode_;
     }
     return *this;
 }
 
-bool FileLock::Lock(const std::string& path) { return TakePath(path, true); }
-bool FileLock::TryLock(const std::string& path) { return TakePath(path, false); }
+bool FileLock::Lock(const std::string& path, LockMode mode) { return TakePath(path, true, mode); }
+bool FileLock::TryLock(const std::string& path, LockMode mode) { return TakePath(path, false, mode); }
 
-bool FileLock::TakePath(const std::string& path, bool wait) {
+bool FileLock::TakePath(const std::string& path, bool wait, LockMode mode) {
     Release();
     // Non-blocking only for the open: a FIFO of that name must not hang it.
     int fd = -1;
@@ -32,14 +33,14 @@ bool FileLock::TakePath(const std::string& path, bool wait) {
         fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     } while (fd < 0 && errno == EINTR);
     if (fd < 0) return false;
-    if (Take(fd, true, wait)) return true;
+    if (Take(fd, true, wait, mode)) return true;
     const int error = errno;
     ::close(fd);
     errno = error;
     return false;
 }
 
-bool FileLock::Take(int fd, bool owned, bool wait) {
+bool FileLock::Take(int fd, bool owned, bool wait, LockMode mode) {
     Release();
     if (fd < 0) {
         errno = EBADF;
@@ -47,11 +48,12 @@ bool FileLock::Take(int fd, bool owned, bool wait) {
     }
     int rc = 0;
     do {
-        rc = ::flock(fd, LOCK_EX | (wait ? 0 : LOCK_NB));
+        rc = ::flock(fd, (mode == LockMode::Shared ? LOCK_SH : LOCK_EX) | (wait ? 0 : LOCK_NB));
     } while (rc != 0 && errno == EINTR);
     if (rc != 0) return false;
     fd_ = fd;
     owned_ = owned;
+    mode_ = mode;
     return true;
 }
 

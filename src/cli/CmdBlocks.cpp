@@ -21,7 +21,7 @@ int RunExtract(CommandContext& context) {
     const int fileId = ParseType(context.args.Required("--type"));
     const int32_t block = ParseBlockOf(context.args, fileId);
     const std::string& to = context.args.Required("--to");
-    PatchSession patch(context.args);
+    PatchSession patch(context.args, PatchAccess::Read);
     RequireBytes(fileId, block);
     if (!ExportBlockToFile(fileId, block, to)) throw CommandError(BlockName(fileId, block) + " was not written");
     return patch.Finish();

@@ -73,14 +73,14 @@ int RunRender(CommandContext& context) {
         if (::access(radarcol->c_str(), R_OK) != 0) throw CommandError(*radarcol + ": cannot be read");
     }
 
-    // The patch's start loads the client's radar colours, as the GUI's does.
-    PatchSession patch(args);
-    if (radarcol) {
-        if (const Result loaded = LoadRadarColors(*radarcol); !loaded) return StatusOf(loaded);
-    } else if (!RegularFile(gUO.UO2DPath + "radarcol.mul")) {
-        PrintMessage("warning: no radar colour file (" + gUO.UO2DPath +
-                     "radarcol.mul is not there): every block is drawn black; name one with --radarcol");
-    }
+    // The radar colours of the file named, else the client's own, as the
+    // GUI's patch start loads them.
+    PatchSession patch(args, PatchAccess::Read);
+    const std::string colours = radarcol ? *radarcol : ClientLocation().UO2DPath + "radarcol.mul";
+    if (!radarcol && !RegularFile(colours))
+        PrintMessage("warning: no radar colour file (" + colours +
+                     " is not there): every block is drawn black; name one with --radarcol");
+    if (const Result loaded = LoadRadarColors(colours); !loaded) return StatusOf(loaded);
 
     PixelPicture picture;
     if (!DrawPage(picture, fileId)) {
@@ -94,16 +94,17 @@ int RunRender(CommandContext& context) {
 }
 
 int RunClient(CommandContext&) {
-    // What the start-up found; the registry file is named so that a user can
-    // tell which prefix was asked.
+    // What the GUI's start-up finds; the registry file is named so that a
+    // user can tell which prefix was asked.
     const std::string hive = cRegistery().HiveFile(HKEY_LOCAL_MACHINE);
     std::cout << "Registry: " << (hive.empty() ? "(no Wine prefix: neither WINEPREFIX nor a home directory)" : hive)
               << (!hive.empty() && !RegularFile(hive) ? " (not there)" : "") << "\n";
     const auto path = [](const std::string& text) { return text.empty() ? std::string() : " " + text; };
-    std::cout << "UO2DPath:" << path(gUO.UO2DPath) << "\n"
-              << "isUO2D: " << (gUO.isUO2D ? "true" : "false") << "\n"
-              << "UO3DPath:" << path(gUO.UO3DPath) << "\n"
-              << "isUO3D: " << (gUO.isUO3D ? "true" : "false") << "\n";
+    const cUO& client = ClientLocation();
+    std::cout << "UO2DPath:" << path(client.UO2DPath) << "\n"
+              << "isUO2D: " << (client.isUO2D ? "true" : "false") << "\n"
+              << "UO3DPath:" << path(client.UO3DPath) << "\n"
+              << "isUO3D: " << (client.isUO3D ? "true" : "false") << "\n";
     return 0;
 }
 

@@ -26,10 +26,13 @@ void AddSampleCommands(std::vector<CommandSpec>& table) {
     table.push_back({"sample-client",
                      "write a small synthetic client data set, for trying the tool and for tests",
                      {"sample-client --dir D [--full] [--seed N]"},
-                     {{"--dir", "D", "the directory to write into (made if missing)"},
+                     {{"--dir", "D",
+                       "a new or an empty directory to write into (made if missing); a directory that holds "
+                       "anything, or a file, is refused (exit status 1) and nothing is written"},
                       {"--full", "", "full-size map and statics (393216 blocks each) instead of a small world"},
-                      {"--seed", "N", "the seed of the synthetic data (default 1): the same seed gives the same "
-                                      "bytes"}},
+                      {"--seed", "N",
+                       "the seed of the synthetic data (default 1): the same seed gives the same "
+                       "bytes"}},
                      "",
                      RunSampleClient});
 }

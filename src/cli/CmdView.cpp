@@ -13,7 +13,7 @@ namespace quillet::cli {
 namespace {
 
 int RunInfo(CommandContext& context) {
-    PatchSession patch(context.args);
+    PatchSession patch(context.args, PatchAccess::Read);
     for (int id = 0; id < kFileIDs; ++id) {
         const FileTypeRec& type = FileTypes[static_cast<size_t>(id)];
         if (type.Name.empty()) continue;
@@ -24,7 +24,7 @@ int RunInfo(CommandContext& context) {
 
 int RunList(CommandContext& context) {
     const int fileId = ParseType(context.args.Required("--type"));
-    PatchSession patch(context.args);
+    PatchSession patch(context.args, PatchAccess::Read);
     const auto& slots = PatchBlocks[static_cast<size_t>(fileId)].Blocks;
     std::cout << "ID Size Flags\n";
     for (const int32_t block : ListedBlocks(fileId)) {
@@ -54,7 +54,7 @@ void PrintHexRows(const ByteArray& bytes) {
 int RunHexdump(CommandContext& context) {
     const int fileId = ParseType(context.args.Required("--type"));
     const int32_t block = ParseBlockOf(context.args, fileId);
-    PatchSession patch(context.args);
+    PatchSession patch(context.args, PatchAccess::Read);
     RequireBytes(fileId, block);
     PrintHexRows(ReadBlockBytes(fileId, block));
     return patch.Finish();
@@ -66,7 +66,7 @@ void AddViewCommands(std::vector<CommandSpec>& table) {
     table.push_back({"info",
                      "print the tree: one line per file type, in tree order, as Name (Count)",
                      {"info --patch P"},
-                     {PatchOption()},
+                     {PatchOption(), NoWaitOption()},
                      "Example output line: Art (120)",
                      RunInfo});
     table.push_back({"list",

@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "actions/mPatchJobs.h"
-#include "actions/mStart.h"
 #include "base/SafeSave.h"
 #include "cli/FrontEnd.h"
 #include "core/mPatch.h"
@@ -51,18 +50,37 @@ void InstallSignalCleanup() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::sigaction(signal, &action, nullptr);
 }
 
-PatchSession::PatchSession(const ParsedArgs& args)
+PatchSession::PatchSession(const ParsedArgs& args, PatchAccess access)
     : path_(args.Required("--patch")), out_(args.Optional("--out").value_or("")) {
     // Before a scratch file exists.
+    Lock(access, !args.Has("--no-wait"));
     if (FileExists(path_))
         if (const Result readable = CheckPatchFile(path_); !readable) throw CommandError(readable.Text());
-    PatchNew();
+    // A fresh store without the radar colours: of the commands only render
+    // draws with them, and it loads them itself, so that no other command
+    // has to look for the client in the registry.
+    NewPatchStore();
     Remember(scratchName, DataFileName);
     if (!LoadPatchFile(path_) || failures_.Failed()) {
         PatchDispose();
         scratchName[0] = '\0';
         throw CommandError("the patch " + path_ + " could not be opened whole; nothing was done");
     }
+}
+
+void PatchSession::Lock(PatchAccess access, bool wait) {
+    // --patch is changed only when the save goes back to it; --out is
+    // written whole. One file named twice is locked once.
+    const bool savesBack = out_.empty() || out_ == path_;
+    std::vector<PathLock::Request> requests{
+        {path_, access == PatchAccess::Change && savesBack ? LockMode::Exclusive : LockMode::Shared}};
+    if (access == PatchAccess::Change && !savesBack) requests.push_back({out_, LockMode::Exclusive});
+    std::string busy;
+    const auto waiting = [](const std::string& path) {
+        PrintMessage(PatchInUseText(path) + " Waiting for it (--no-wait fails at once instead).");
+    };
+    if (!lock_.Acquire(requests, wait, &busy, waiting))
+        throw CommandError(PatchInUseText(busy) + " Nothing was done (--no-wait).");
 }
 
 PatchSession::~PatchSession() {

@@ -396,9 +396,9 @@ void frmStart::ShowRadarNote() {
     // why, and how to give the colours.
     QString note;
     if (!RadarColorsFound()) {
-        const QString where = gUO.UO2DPath.empty()
+        const QString where = ClientLocation().UO2DPath.empty()
                                   ? QString("the client's folder is not known")
-                                  : "there is no radarcol.mul in " + QString::fromStdString(gUO.UO2DPath);
+                                  : "there is no radarcol.mul in " + QString::fromStdString(ClientLocation().UO2DPath);
         note = "No radar colours were found (" + where +
                "), so every block is drawn black. Start Quillet in a folder that holds the client's "
                "radarcol.mul, or install the client in Wine so that its folder is known; "
@@ -488,11 +488,16 @@ void frmStart::lvPage_DblClick(int index) {
     view->exec();
 }
 
+void frmStart::WarnInUse(const std::string& text, const char* notDone) {
+    QMessageBox::warning(this, kAppTitle, QString::fromStdString(text) + "\n" + notDone);
+}
+
 void frmStart::mnuNew_Click() {
     PatchDispose();
     PatchNew();
     MenuRefresh();
     PatchFilename.clear();
+    patchLock_.Release();
     SetCaption();
 }
 
@@ -500,10 +505,19 @@ void frmStart::mnuOpen_Click() {
     const QString path = OpenDialog(this, "MUO Patchfile (*.muo) |*.muo", "Open MUO Patch",
                                     QString::fromStdString(gFileIO.exepath));
     if (path.isEmpty() || !gFileIO.FileExist(path.toStdString())) return;
+    // A file that another program holds is not opened: the patch open now
+    // stays, and so does its lock.
+    PathLock lock;
+    if (patchLock_.Covers(path.toStdString())) lock = std::move(patchLock_);  // this window's own file
+    if (const Result locked = LockPatchFile(lock, path.toStdString()); !locked) {
+        WarnInUse(locked.Text(), "It was not opened.");
+        return;
+    }
     // The user sees the outcome in the tree's counts; a failure is in the log.
     OpenPatch(path.toStdString());
     MenuRefresh();
     PatchFilename = path;
+    patchLock_ = std::move(lock);
     SetCaption();
 }
 
@@ -512,18 +526,33 @@ void frmStart::mnuSave_Click() {
         mnuSaveAs_Click();
         return;
     }
-    if (!SavePatch(PatchFilename.toStdString())) MsgBox("The patch could not be saved to " + PatchFilename.toStdString() +
-                       ". The file that was there is unchanged; the log tells why.");
+    const std::string file = PatchFilename.toStdString();
+    if (const Result locked = LockPatchFile(patchLock_, file); !locked) {
+        WarnInUse(locked.Text(), "The patch was not saved.");
+        return;
+    }
+    if (!SaveLockedPatch(patchLock_, file))
+        MsgBox("The patch could not be saved to " + file +
+               ". The file that was there is unchanged; the log tells why.");
 }
 
 void frmStart::mnuSaveAs_Click() {
     const QString path = SaveDialog(this, "MUO Patchfile (*.muo) |*.muo", "Save MUO Patch",
                                     QString::fromStdString(gFileIO.exepath), 0);
     if (path.isEmpty()) return;
+    // The lock of the file open now is kept until the new one is held.
+    PathLock lock;
+    if (patchLock_.Covers(path.toStdString())) lock = std::move(patchLock_);
+    if (const Result locked = LockPatchFile(lock, path.toStdString()); !locked) {
+        WarnInUse(locked.Text(), "The patch was not saved.");
+        return;
+    }
     // The patch takes the name even if the save failed: a second Save then
     // tries the same place again, as the user expects of the caption.
-    if (!SavePatch(path.toStdString())) MsgBox("The patch could not be saved to " + path.toStdString() + ". The log tells why.");
+    if (!SaveLockedPatch(lock, path.toStdString()))
+        MsgBox("The patch could not be saved to " + path.toStdString() + ". The log tells why.");
     PatchFilename = path;
+    patchLock_ = std::move(lock);
     SetCaption();
 }
 
@@ -536,6 +565,7 @@ void frmStart::closeEvent(QCloseEvent* event) {
     if (!unloaded_) {
         unloaded_ = true;
         PatchDispose();
+        patchLock_.Release();
         gWindow.wSave(this);
     }
     event->accept();

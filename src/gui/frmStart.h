@@ -6,6 +6,8 @@
 #include <array>
 #include <memory>
 
+#include "base/PathLock.h"
+
 class QAction;
 class QLabel;
 class QMenu;
@@ -97,12 +99,17 @@ private:
     void ShowCursorBlock(int x, int y);
     void InstallHooks();
     void SetCaption();
+    // A warning box: another program holds the lock of a patch file.
+    void WarnInUse(const std::string& text, const char* notDone);
 
     QWidget* client_;
     QWidget* pages_;
     QTimer* treeFit_;
     int fittedTreeWidth_ = 0;
     QString cursorText_;
+    // The lock on the file of PatchFilename, held while it is this window's
+    // file: no other Quillet changes it behind the user's back.
+    PathLock patchLock_;
     frmHexView* hexView_ = nullptr;
     bool waiting_ = false;
     bool unloaded_ = false;

@@ -130,11 +130,31 @@ std::string PatchText(const std::vector<PatchEntry>& entries, bool flagged) {
     return t.str();
 }
 
+// The set goes only into a new or an empty directory, so that it never takes
+// the place of a user's own files; each file is made new besides (OutFile),
+// so one that turns up meanwhile, or a link planted there, is not followed.
+void RequireNewOrEmptyDirectory(const std::string& dir) {
+    std::error_code ec;
+    const fs::file_status status = fs::status(dir, ec);  // through a link, as the files will be
+    if (status.type() == fs::file_type::not_found) {
+        fs::create_directories(dir, ec);
+        if (ec) Fail("Unable to create " + dir + ": " + ec.message());
+        return;
+    }
+    if (ec) Fail("Unable to look at " + dir + ": " + ec.message());
+    if (!fs::is_directory(status))
+        Fail(dir + " is not a directory: the sample client is written only into a new or an empty directory");
+    const bool empty = fs::is_empty(dir, ec);
+    if (ec) Fail("Unable to read " + dir + ": " + ec.message());
+    if (!empty)
+        Fail(dir +
+             " is not empty: the sample client is written only into a new or an empty directory, so that "
+             "no file there is overwritten");
+}
+
 void WriteSet(const SampleOptions& o) {
     if (o.dir.empty()) Fail("No directory for the sample client");
-    std::error_code ec;
-    fs::create_directories(o.dir, ec);
-    if (ec) Fail("Unable to create " + o.dir + ": " + ec.message());
+    RequireNewOrEmptyDirectory(o.dir);
 
     const SetSizes sizes = SizesFor(o);
     const int32_t blocks = sizes.mapColumns * kMapRows;

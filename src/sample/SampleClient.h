@@ -36,13 +36,16 @@ inline constexpr int32_t kRadarColors = 65536;
 inline constexpr int32_t kLandArtSize = 2024;  // a 44 by 44 diamond of 16-bit pixels
 
 struct SampleOptions {
-    std::string dir;         // written into; created if missing
+    std::string dir;         // written into: created if missing, else it must be empty
     bool full = false;       // full-size map and statics (393216 blocks) instead of a small world
     uint32_t seed = 1;       // same seed, same bytes
     bool changedMap = true;  // also map0-changed.mul: map0 with 1% of its blocks altered
 };
 
-// Writes the set; false with a reason in *error on failure.
+// Writes the set; false with a reason in *error on failure. The directory
+// must be new or empty (a link to an empty one will do): a directory that
+// holds anything, or a name that is no directory, is refused before a file is
+// written, so that a user's own client files are never replaced.
 bool WriteSampleClient(const SampleOptions& options, std::string* error);
 
 // ---- What an index/data pair holds
@@ -64,6 +67,9 @@ struct IdxRecord {
 };
 using RecordSource = std::function<void(int32_t index, IdxRecord& record)>;
 
+// Every writer below makes its files new: a name that is taken is a failure
+// (see WriteSampleClient), and nothing that is there is changed.
+//
 // Writes records 0 .. records-1 as the source gives them: data blocks back to
 // back in the MUL file, an empty record as Position -1 Size -1, a zero-size
 // record as Size 0 with Position at the MUL file's current length.

@@ -186,7 +186,11 @@ bool IsTerrainItem(int32_t item) {
 // ---- OutFile
 
 OutFile::OutFile(std::string path, size_t window) : path_(std::move(path)) {
-    if (!file_.Open(path_, BinaryFile::Mode::Create)) Fail("Unable to create " + path_ + ": " + std::strerror(errno));
+    if (!file_.Open(path_, BinaryFile::Mode::CreateNew)) {
+        const int error = errno;
+        Fail(error == EEXIST ? path_ + " is there already: the sample generator overwrites nothing"
+                             : "Unable to create " + path_ + ": " + std::strerror(error));
+    }
     writer_ = std::make_unique<FileWriter>(file_, 0, window);
 }
 

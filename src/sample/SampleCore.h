@@ -126,9 +126,11 @@ uint16_t RadarColor555(uint32_t seed, int32_t index);
 
 // ---- Output
 
-// Creates (replaces) a file and appends little-endian fields through a big
-// buffer. Any failure throws a Failure naming the file; Finish flushes and
-// closes, and must be called for the file to count as written.
+// Creates a new file and appends little-endian fields through a big buffer.
+// A name that is taken (a file, a directory, a symbolic link even if it leads
+// nowhere) is a failure: the generator never overwrites anything. Any failure
+// throws a Failure naming the file; Finish flushes and closes, and must be
+// called for the file to count as written.
 class OutFile {
 public:
     explicit OutFile(std::string path, size_t window = size_t{1} << 20);

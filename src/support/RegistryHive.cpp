@@ -132,26 +132,73 @@ bool QuotedText(std::string_view text, size_t& pos, std::string& value) {
     return false;
 }
 
-// The components of a "[...]" line, empty ones dropped. Wine's form escapes
+// The names of a "[...]" line joined by '\', as written and in lower case
+// (of one length: only ASCII letters fold), with where each name starts.
+// Kept from line to line, so that a pass over a file allocates next to nothing.
+class SectionPath {
+public:
+    void Clear() {
+        written_.clear();
+        lower_.clear();
+        starts_.clear();
+    }
+    // A name as decoded; a backslash in it parts it (see SectionComponents),
+    // and empty names are dropped.
+    void Add(std::string_view text) {
+        for (size_t start = 0;;) {
+            const size_t at = text.find('\\', start);
+            AddName(text.substr(start, at == std::string_view::npos ? at : at - start));
+            if (at == std::string_view::npos) return;
+            start = at + 1;
+        }
+    }
+    size_t Count() const { return starts_.size(); }
+    std::string_view Name(size_t index) const { return Part(written_, index); }
+    std::string_view LowerName(size_t index) const { return Part(lower_, index); }
+    // The names from index on, in lower case: the form in which KeyPath joins them.
+    std::string_view LowerFrom(size_t index) const {
+        return index < starts_.size() ? std::string_view(lower_).substr(starts_[index]) : std::string_view();
+    }
+    std::string& Scratch() { return current_; }
+
+private:
+    void AddName(std::string_view name) {
+        if (name.empty()) return;
+        if (!starts_.empty()) {
+            written_ += '\\';
+            lower_ += '\\';
+        }
+        starts_.push_back(written_.size());
+        written_ += name;
+        const size_t from = lower_.size();
+        lower_ += name;
+        for (size_t at = from; at < lower_.size(); ++at)
+            if (lower_[at] >= 'A' && lower_[at] <= 'Z') lower_[at] = static_cast<char>(lower_[at] - 'A' + 'a');
+    }
+    std::string_view Part(const std::string& joined, size_t index) const {
+        const size_t end = index + 1 < starts_.size() ? starts_[index + 1] - 1 : joined.size();
+        return std::string_view(joined).substr(starts_[index], end - starts_[index]);
+    }
+
+    std::string written_, lower_, current_;
+    std::vector<size_t> starts_;
+};
+
+// The names of a "[...]" line, empty ones dropped. Wine's form escapes
 // the separating backslash as "\\"; a single backslash before a character
 // that is no escape is taken for a separator too, as regedit writes it.
-bool SectionComponents(std::string_view line, Hive::Style style, std::vector<std::string>& components) {
-    components.clear();
-    std::string current;
+bool SectionComponents(std::string_view line, Hive::Style style, SectionPath& components) {
+    components.Clear();
+    std::string& current = components.Scratch();
+    current.clear();
     Utf16ToUtf8 out(current);
     size_t pos = 1;
     // A backslash that an escape spells (\x005c, \134) parts names as a
     // written one does: no key name holds one, and the path joined from the
-    // components must have as many names as there are components.
+    // names must have as many names as there are components.
     auto endComponent = [&] {
         out.Finish();
-        for (size_t start = 0;;) {
-            const size_t at = current.find('\\', start);
-            const std::string name = current.substr(start, at == std::string::npos ? at : at - start);
-            if (!name.empty()) components.push_back(name);
-            if (at == std::string::npos) break;
-            start = at + 1;
-        }
+        components.Add(current);
         current.clear();
     };
     if (style == Hive::Style::Regedit) {
@@ -352,11 +399,11 @@ bool LoadHive(const std::string& file, Hive& hive) {
     return true;
 }
 
-void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool wantValues) {
+void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views) {
     Lines lines(hive.text);
     std::string_view line;
-    std::vector<std::string> components;
-    std::vector<KeyView*> inSection;  // the views whose key the current section is
+    SectionPath components;
+    std::vector<KeyView*> inSection;  // the views of the current section's key that look for a value
     bool sectionValid = false;
     while (lines.Next(line)) {
         const std::string_view trimmed = TrimLeft(line);
@@ -367,32 +414,31 @@ void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool w
             if (!sectionValid) continue;
             size_t from = 0;
             if (hive.style == Hive::Style::Regedit) {
-                if (components.empty() || RootOfName(components[0]) != Key) {
+                if (components.Count() == 0 || RootOfName(components.Name(0)) != Key) {
                     sectionValid = false;
                     continue;
                 }
                 from = 1;
             }
-            const std::string path = KeyPath(components, from);
+            const std::string_view path = components.LowerFrom(from);
             for (KeyView& view : views) {
                 const bool same = path == view.path;
                 const bool below = view.path.empty() ? !path.empty()
                                                      : path.size() > view.path.size() && path.starts_with(view.path) &&
                                                            path[view.path.size()] == '\\';
                 if (same || below) view.exists = true;
-                if (same) inSection.push_back(&view);
+                if (same && view.valueName) inSection.push_back(&view);
                 // The path is joined from the components, so a path below the
                 // view has a component at the view's depth; guarded all the same.
-                if (below && from + view.depth < components.size()) {
-                    const std::string& child = components[from + view.depth];
-                    bool known = false;
-                    for (const std::string& name : view.subkeys) known = known || SameCaseless(name, child);
-                    if (!known) view.subkeys.push_back(child);
+                if (below && from + view.depth < components.Count()) {
+                    const size_t child = from + view.depth;
+                    if (view.subkeysSeen.emplace(components.LowerName(child)).second)
+                        view.subkeys.emplace_back(components.Name(child));
                 }
             }
             continue;
         }
-        if (!sectionValid || inSection.empty() || !wantValues) continue;
+        if (!sectionValid || inSection.empty()) continue;
         if (trimmed[0] != '"' && trimmed[0] != '@') continue;  // comments, "#time=", broken lines
         // Hexadecimal data may go on over lines that end in a backslash.
         std::string joined;
@@ -413,14 +459,11 @@ void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool w
         if (kind == ValueLine::Broken) continue;
         name = LowerText(name);
         for (KeyView* view : inSection) {
-            auto& values = view->values;
-            for (auto it = values.begin(); it != values.end(); ++it) {
-                if (it->first == name) {
-                    values.erase(it);
-                    break;
-                }
-            }
-            if (kind == ValueLine::Value) values.emplace_back(name, text);
+            if (name != *view->valueName) continue;
+            if (kind == ValueLine::Value)
+                view->value = text;
+            else
+                view->value.reset();
         }
     }
 }

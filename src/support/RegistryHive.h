@@ -4,8 +4,9 @@
 // where a caller lists them, and in lower case where they are compared.
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
-#include <utility>
+#include <unordered_set>
 #include <vector>
 
 namespace quillet {
@@ -38,15 +39,19 @@ struct KeyView {
     size_t depth = 0;  // number of names in path
     bool exists = false;
     std::vector<std::string> subkeys;  // as first written
-    std::vector<std::pair<std::string, std::string>> values;  // lower-case name, text
+    std::unordered_set<std::string> subkeysSeen;  // their names in lower case
+    std::optional<std::string> valueName;         // the value looked for, in lower case
+    std::optional<std::string> value;             // its text, if the key has it
 };
 
 // One pass over the hive that fills in every view: whether its key exists
-// (a key below it counts too), the names of its subkeys and, if wantValues,
-// its values with their texts (strings in UTF-8, other types as their bytes;
-// a later line of the same name replaces an earlier one, "=-" deletes it).
-// Key is the root key the file holds; a regedit export's sections under
-// other roots are passed over. Broken lines are skipped.
-void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views, bool wantValues);
+// (a key below it counts too), the names of its subkeys and, for a view with
+// a valueName, the text of that value (a string in UTF-8, other types as
+// their bytes; a later line of the same name replaces an earlier one, "=-"
+// deletes it). Key is the root key the file holds; a regedit export's
+// sections under other roots are passed over. Broken lines are skipped. The
+// pass is linear in the file's length: the subkeys seen are found by hashing,
+// as a registry may hold hundreds of thousands of them under one key.
+void ScanHive(const Hive& hive, int32_t Key, std::vector<KeyView>& views);
 
 }  // namespace quillet

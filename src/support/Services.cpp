@@ -5,6 +5,10 @@ namespace quillet {
 // Definition order is construction order.
 cFileIO gFileIO;
 cConvert gConvert;
-cUO gUO;
+
+cUO& ClientLocation() {
+    static cUO location;
+    return location;
+}
 
 }  // namespace quillet

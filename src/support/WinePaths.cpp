@@ -81,17 +81,20 @@ std::string WindowsToUnixPath(const std::string& prefix, const std::string& wind
     std::string out = base;
     bool resolving = true;
     std::string name;
+    // Appended in place: a path of a million names costs a million appends,
+    // not a million copies of what came before.
     auto addName = [&] {
         if (name.empty()) return;
-        std::string next = out + "/" + name;
-        if (resolving && !NameTaken(next)) {
+        const size_t parent = out.size();
+        out += '/';
+        out += name;
+        if (resolving && !NameTaken(out)) {
+            out.resize(parent);
             const std::string match = FindCaseless(out, name);
-            if (!match.empty())
-                next = out + "/" + match;
-            else
-                resolving = false;  // what follows cannot exist either
+            out += '/';
+            out += match.empty() ? name : match;
+            if (match.empty()) resolving = false;  // what follows cannot exist either
         }
-        out = next;
         name.clear();
     };
     for (const char c : rest) {

@@ -69,7 +69,7 @@ bool cRegistery::KeyExists(const std::string& lpSubKey, int32_t Key) const {
     if (!LoadHive(HiveFile(Key), hive)) return false;
     std::vector<KeyView> views = ViewsOf(lpSubKey, Key, hive);
     if (views[0].path.empty()) return true;  // the root itself
-    ScanHive(hive, Key, views, false);
+    ScanHive(hive, Key, views);
     for (const KeyView& view : views)
         if (view.exists) return true;
     return false;
@@ -80,7 +80,7 @@ int32_t cRegistery::GetKeys(const std::string& lpSubKey, std::vector<std::string
     Hive hive;
     if (!LoadHive(HiveFile(Key), hive)) return 0;
     std::vector<KeyView> views = ViewsOf(lpSubKey, Key, hive);
-    ScanHive(hive, Key, views, false);
+    ScanHive(hive, Key, views);
     for (const KeyView& view : views) {
         if (!view.exists) continue;
         Keys = view.subkeys;
@@ -91,19 +91,37 @@ int32_t cRegistery::GetKeys(const std::string& lpSubKey, std::vector<std::string
 
 std::string cRegistery::GetValue(const std::string& lpSubKey, const std::string& lpValue, const std::string& Default,
                                  int32_t Key) const {
+    return GetValues({{lpSubKey, lpValue}}, Default, Key)[0];
+}
+
+std::vector<std::string> cRegistery::GetValues(const std::vector<std::pair<std::string, std::string>>& lpSubKeyValues,
+                                               const std::string& Default, int32_t Key) const {
+    std::vector<std::string> texts(lpSubKeyValues.size(), Default);
     Hive hive;
-    if (!LoadHive(HiveFile(Key), hive)) return Default;
-    std::vector<KeyView> views = ViewsOf(lpSubKey, Key, hive);
-    ScanHive(hive, Key, views, true);
-    const std::string name = LowerText(lpValue);
-    for (const KeyView& view : views) {
-        for (const auto& [valueName, text] : view.values) {
-            if (valueName != name) continue;
-            const size_t zero = text.find('\0');
-            return zero == std::string::npos ? text : text.substr(0, zero);
+    if (!LoadHive(HiveFile(Key), hive)) return texts;
+    // The views of all the keys, found in one pass; each query's views in a
+    // row, the first of them at firsts[query].
+    std::vector<KeyView> views;
+    std::vector<size_t> firsts;
+    for (const auto& [subKey, value] : lpSubKeyValues) {
+        firsts.push_back(views.size());
+        for (KeyView& view : ViewsOf(subKey, Key, hive)) {
+            view.valueName = LowerText(value);
+            views.push_back(std::move(view));
         }
     }
-    return Default;
+    firsts.push_back(views.size());
+    ScanHive(hive, Key, views);
+    for (size_t query = 0; query < lpSubKeyValues.size(); ++query) {
+        for (size_t index = firsts[query]; index < firsts[query + 1]; ++index) {
+            if (!views[index].value) continue;
+            const std::string& text = *views[index].value;
+            const size_t zero = text.find('\0');
+            texts[query] = zero == std::string::npos ? text : text.substr(0, zero);
+            break;
+        }
+    }
+    return texts;
 }
 
 std::string cRegistery::UnixPath(const std::string& windowsPath) const {

@@ -17,9 +17,11 @@
 // Under HKEY_LOCAL_MACHINE a key below "SOFTWARE\" also has its 32-bit twin
 // "SOFTWARE\Wow6432Node\...": in a 64-bit prefix the twin is looked at first
 // (that is where a 32-bit installer's keys land), in a 32-bit prefix second.
-// Texts come back in UTF-8, the file names' encoding here.
+// Texts come back in UTF-8, the file names' encoding here. One reading of a
+// file is one pass over it, linear in its length.
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quillet {
@@ -48,6 +50,10 @@ public:
     // key or the value is not there. lpValue "" is the key's default value.
     std::string GetValue(const std::string& lpSubKey, const std::string& lpValue, const std::string& Default,
                          int32_t Key = HKEY_LOCAL_MACHINE) const;
+    // GetValue for several values (subkey, value name) in one reading of the
+    // file, which may be a hundred megabytes: the texts in the same order.
+    std::vector<std::string> GetValues(const std::vector<std::pair<std::string, std::string>>& lpSubKeyValues,
+                                       const std::string& Default, int32_t Key = HKEY_LOCAL_MACHINE) const;
     // Sets a string value, creating the key if need be: nothing, here.
     void CreateValue(const std::string& lpSubKey, const std::string& lpValue, const std::string& Value,
                      int32_t Key = HKEY_LOCAL_MACHINE);

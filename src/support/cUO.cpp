@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <vector>
 
 #include "support/cRegistery.h"
 
@@ -28,9 +29,18 @@ double NumericValue(const std::string& text) {
     return std::strtod(number.c_str(), nullptr);
 }
 
-std::string WithoutAll(std::string text, const std::string& name) {
-    for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, at)) text.erase(at, name.size());
-    return text;
+// Every occurrence of name taken out, in one pass from left to right: an
+// occurrence that the taking out of another one brings together is kept.
+std::string WithoutAll(const std::string& text, const std::string& name) {
+    std::string out;
+    out.reserve(text.size());
+    size_t from = 0;
+    for (size_t at = text.find(name); at != std::string::npos; at = text.find(name, from)) {
+        out.append(text, from, at - from);
+        from = at + name.size();
+    }
+    out.append(text, from, std::string::npos);
+    return out;
 }
 
 bool FileThere(const std::string& path) {
@@ -40,8 +50,7 @@ bool FileThere(const std::string& path) {
 
 // The client's directory from ExePath: the program's name taken out (in the
 // exact case only), then the Windows path mapped into the prefix.
-std::string ClientDirectory(const cRegistery& registry, const char* key, const std::string& program) {
-    const std::string exePath = registry.GetValue(key, "ExePath", "-1", HKEY_LOCAL_MACHINE);
+std::string ClientDirectory(const cRegistery& registry, const std::string& exePath, const std::string& program) {
     if (NumericValue(exePath) == -1) return {};
     const std::string directory = WithoutAll(exePath, program);
     return directory.empty() ? directory : registry.UnixPath(directory);
@@ -54,8 +63,11 @@ cUO::cUO() { Init(cRegistery()); }
 void cUO::Init(const cRegistery& registry) {
     isUO2D = true;
     isUO3D = true;
-    UO2DPath = ClientDirectory(registry, k2DKey, "client.exe");
-    UO3DPath = ClientDirectory(registry, k3DKey, "uotd.exe");
+    // Both values from one reading of the registry, which may be large.
+    const std::vector<std::string> exePaths =
+        registry.GetValues({{k2DKey, "ExePath"}, {k3DKey, "ExePath"}}, "-1", HKEY_LOCAL_MACHINE);
+    UO2DPath = ClientDirectory(registry, exePaths[0], "client.exe");
+    UO3DPath = ClientDirectory(registry, exePaths[1], "uotd.exe");
     // With an empty path the programs are looked for in the current directory.
     if (!FileThere(UO2DPath + "client.exe")) isUO2D = false;
     if (!FileThere(UO3DPath + "uotd.exe")) isUO3D = false;

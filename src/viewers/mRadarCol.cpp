@@ -33,6 +33,6 @@ void LoadRadarColFrom(const std::string& path) {
     }
 }
 
-void LoadRadarCol() { LoadRadarColFrom(gUO.UO2DPath + "radarcol.mul"); }
+void LoadRadarCol() { LoadRadarColFrom(ClientLocation().UO2DPath + "radarcol.mul"); }
 
 }  // namespace quillet

@@ -11,7 +11,7 @@ namespace quillet {
 // Radarcol blocks do not feed it: only the client's file does.
 extern std::array<int32_t, 65536> RadarColors;
 
-// Fills RadarColors from cUO.UO2DPath + "radarcol.mul" (a bare file name in
+// Fills RadarColors from ClientLocation().UO2DPath + "radarcol.mul" (a bare file name in
 // the current directory when the client was not found). A missing or short
 // file leaves the entries it lacks black.
 void LoadRadarCol();

@@ -64,6 +64,25 @@ TEST_F(FileLockTest, ASecondDescriptionCannotTakeItUntilTheFirstLetsGo) {
     ::close(second);
 }
 
+TEST_F(FileLockTest, SharedLocksGoSideBySideButNotBesideAnExclusiveOne) {
+    FileLock reader, second, writer;
+    ASSERT_TRUE(reader.TryLock(file_, LockMode::Shared));
+    EXPECT_EQ(reader.Mode(), LockMode::Shared);
+    EXPECT_TRUE(second.TryLock(file_, LockMode::Shared)) << "readers share";
+    EXPECT_FALSE(writer.TryLock(file_));
+    EXPECT_EQ(errno, EWOULDBLOCK);
+    reader.Release();
+    EXPECT_FALSE(writer.TryLock(file_)) << "one reader left is enough to keep a writer out";
+    second.Release();
+    ASSERT_TRUE(writer.TryLock(file_));
+    EXPECT_EQ(writer.Mode(), LockMode::Exclusive);
+    EXPECT_FALSE(reader.TryLock(file_, LockMode::Shared)) << "a writer keeps readers out";
+    FileLock moved = std::move(writer);
+    EXPECT_EQ(moved.Mode(), LockMode::Exclusive);
+    moved.Release();
+    EXPECT_TRUE(reader.TryLock(file_, LockMode::Shared));
+}
+
 TEST_F(FileLockTest, ALockByPathHoldsItsOwnDescriptorAndMovesWithIt) {
     FileLock byPath;
     ASSERT_TRUE(byPath.TryLock(file_));

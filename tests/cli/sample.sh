@@ -24,5 +24,19 @@ cmp "$scratch/one.muo" "$scratch/two.muo" || fail "a saved patch saved again dif
 expect_status 1 "$cli" sample-client --dir "$scratch/plainfile/client"
 case $err in *"error: "*) ;; *) fail "sample-client failure message: $err" ;; esac
 
+# Only into a new or an empty directory: one that holds anything (here a link
+# to a file of the user's), a link to such a directory, or a file, is refused
+# with exit status 1, and nothing is touched.
+mkdir "$scratch/mine"
+printf 'precious' >"$scratch/precious"
+ln -s ../precious "$scratch/mine/map0.mul"
+ln -s mine "$scratch/link"
+for dir in "$scratch/mine" "$scratch/link" "$scratch/precious"; do
+  expect_err 1 "$dir is not" "$cli" sample-client --dir "$dir"
+done
+[ "$(cat "$scratch/precious")" = precious ] || fail "sample-client wrote through a link"
+[ "$(ls -A "$scratch/mine")" = map0.mul ] && [ -L "$scratch/mine/map0.mul" ] ||
+  fail "sample-client changed a directory it refused: $(ls -lA "$scratch/mine")"
+
 expect_no_leftovers
 echo "sample: ok"

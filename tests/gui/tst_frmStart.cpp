@@ -16,17 +16,20 @@
 
 #include <unistd.h>
 
+#include <functional>
+
 #include "BlockListModel.h"
 #include "FileDialogs.h"
 #include "GuiTestEnv.h"
+#include "actions/mStart.h"
+#include "base/FileLock.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
 #include "frmHexView.h"
 #include "frmStart.h"
 #include "mMenu.h"
 #include "uLicense.h"
 #include "uScrollPicture.h"
-#include "core/mMuls.h"
-#include "core/mPatch.h"
-#include "actions/mStart.h"
 #include "support/Services.h"
 #include "viewers/mRadarCol.h"
 
@@ -49,6 +52,20 @@ void SelectRows(QTableView* list, std::initializer_list<int> rows) {
 }
 
 const QString kNewTitle = "Quillet Patching Tool - New patch";
+
+// Runs command and answers the modal message box it shows, as a user would:
+// "icon|text" of the box (QMessageBox::Warning is 2), or "" if none came up.
+QString AnswerBox(const std::function<void()>& command) {
+    QString seen;
+    QTimer::singleShot(0, [&seen] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            seen = QString::number(box->icon()) + "|" + box->text();
+            box->done(QMessageBox::Ok);
+        }
+    });
+    command();
+    return seen;
+}
 
 }  // namespace
 
@@ -273,6 +290,43 @@ private Q_SLOTS:
         QVERIFY(!form->pgProgress->isVisible() && form->sbStart->currentMessage().isEmpty());
     }
 
+    // The window holds the lock of its patch file while the file is its own,
+    // across its own saves; a file another program holds is neither opened nor
+    // saved over, and the user is told so in a warning box.
+    void patchFileLockIsHeldAndRespected() {
+        const QString held = env.Path("held.muo");
+        const std::string file = held.toStdString();
+        SetFileDialogOverride([&](bool, const QString&, const QString&, const QString&) { return held; });
+        form->mnuNew_Click();
+        StoreBlock(8, 5, 1, 0, ByteArray{5});
+        RecountBlocks(8);
+        form->mnuSaveAs_Click();
+        FileLock other;  // another program, as far as the lock goes
+        QVERIFY(!other.TryLock(file, LockMode::Shared));
+        StoreBlock(8, 6, 1, 0, ByteArray{6});
+        form->mnuSave_Click();  // replaces the file: the lock must follow, and the save must not wait for it
+        QVERIFY(!other.TryLock(file, LockMode::Shared));
+        form->mnuNew_Click();
+        QVERIFY(other.TryLock(file));
+        const QByteArray saved = guitest::ReadAll(held);
+
+        StoreBlock(8, 7, 1, 0, ByteArray{7});
+        RecountBlocks(8);
+        const QString inUse = held + " is being used by another program.\n";
+        QCOMPARE(AnswerBox([&] { form->mnuOpen_Click(); }), "2|" + inUse + "It was not opened.");
+        QVERIFY(form->windowTitle() == kNewTitle && PatchBlocks[8].Count == 1);
+        QCOMPARE(AnswerBox([&] { form->mnuSaveAs_Click(); }), "2|" + inUse + "The patch was not saved.");
+        QVERIFY(form->windowTitle() == kNewTitle && guitest::ReadAll(held) == saved);
+
+        other.Release();
+        form->mnuOpen_Click();
+        QVERIFY(form->windowTitle().endsWith(held) && PatchBlocks[8].Count == 2);
+        QVERIFY(!other.TryLock(file, LockMode::Shared));
+        form->mnuNew_Click();
+        QVERIFY(other.TryLock(file));
+        SetFileDialogOverride(nullptr);
+    }
+
     // One pixel per block; a rectangle dragged and deleted through the popup leaves the blocks outside it.
     void mapPageDrawsAndDeletesARectangle() {
         form->mnuNew_Click();
@@ -312,9 +366,9 @@ private Q_SLOTS:
         QApplication::sendEvent(picture, &leave);
         QVERIFY(form->sbStart->currentMessage().isEmpty());
 
-        const std::string before = gUO.UO2DPath;
+        const std::string before = ClientLocation().UO2DPath;
         QVERIFY(QDir().mkpath(env.Path("client")) && !QFile::exists("radarcol.mul"));
-        gUO.UO2DPath = env.Path("client/").toStdString();
+        ClientLocation().UO2DPath = env.Path("client/").toStdString();
         form->mnuNew_Click();
         const QString none = form->pageMap->lblNote->text();
         QVERIFY(none.contains("(there is no radarcol.mul in " + env.Path("client/") + ")") &&
@@ -322,11 +376,11 @@ private Q_SLOTS:
         QVERIFY(guitest::WriteAll(env.Path("client/radarcol.mul"), QByteArray("\x1F\x00", 2)));
         form->mnuNew_Click();
         QVERIFY(form->pageMap->lblNote->isHidden() && form->pageStatics->lblNote->isHidden());
-        gUO.UO2DPath.clear();
+        ClientLocation().UO2DPath.clear();
         form->mnuNew_Click();
         QVERIFY(form->pageMap->lblNote->text().startsWith(
             "No radar colours were found (the client's folder is not known), so every block is drawn black."));
-        gUO.UO2DPath = before;
+        ClientLocation().UO2DPath = before;
     }
 
     // Failures are told with the warning icon, the texts as the jobs give them.

@@ -377,6 +377,25 @@ std::vector<Case> Corpus() {
     add(Quiet("registry_one_long_line", Registry(kKey + "\"ExePath\"=\"" + std::string(1 << 20, 'a')),
               FindClient(Client::NotFound)));
     {
+        // What took a reader that searched what it had found so far minutes:
+        // many values and subkeys of the client's key, the program's name
+        // over and over in ExePath, an ExePath of very many folders.
+        std::string values, subkeys, names, folders;
+        for (int n = 0; n < 50000; ++n) {
+            values += "\"v" + std::to_string(n) + "\"=\"x\"\n";
+            subkeys += "[Software\\\\Origin Worlds Online\\\\Ultima Online\\\\1.0\\\\k" + std::to_string(n) + "]\n";
+            names += "client.exe";
+            folders += "x\\\\";
+        }
+        add(Quiet("registry_key_of_many_values_and_subkeys", Registry(kKey + values + kExePath + subkeys),
+                  FindClient(Client::Found)));
+        add(Quiet("registry_exepath_of_the_name_over_and_over",
+                  Registry(kKey + "\"ExePath\"=\"C:\\\\UO\\\\" + names + "\"\n"), FindClient(Client::Found)));
+        add(Quiet("registry_exepath_of_many_folders",
+                  Registry(kKey + "\"ExePath\"=\"C:\\\\" + folders + "client.exe\"\n"),
+                  FindClient(Client::Consistent)));
+    }
+    {
         Files noise = Registry("");
         ByteArray& bytes = noise[0].second;
         uint32_t state = 12345;

@@ -70,9 +70,6 @@ TEST_F(SampleClientTest, SameSeedSameBytesOtherSeedOtherBytesAndTheSizesOfTheFor
         EXPECT_EQ(first, ReadFile(same.dir + "/" + name)) << name;
         EXPECT_NE(first, ReadFile(other.dir + "/" + name)) << name;
     }
-    // A second run into the same directory replaces the files, it does not add to them.
-    ASSERT_TRUE(WriteSampleClient(same, &error)) << error;
-    EXPECT_EQ(ReadFile(Set("verdata.mul")), ReadFile(same.dir + "/verdata.mul"));
 
     // artidx.mul has Art's NbrOfBlocks + 1 records; gumpidx.mul is short on purpose (Gumps has 65536).
     const std::map<std::string, int64_t> sizes = {
@@ -294,6 +291,43 @@ TEST_F(SampleClientTest, VerdataAndPatchFilesHoldTheSampleEntriesInTheirOwnLayou
     EXPECT_EQ(ReadFile(Set("patch.muo")), muo.b);
     EXPECT_EQ(ReadFile(Set("patch4.uop")), uop4.b);
     EXPECT_EQ(ReadFile(Set("patch5.uop")), uop5.b);
+}
+
+// The set goes only into a new or an empty directory, and every writer makes
+// its files new: a user's own files are never replaced, not through a link either.
+TEST_F(SampleClientTest, NothingThatIsThereIsOverwrittenNorALinkFollowed) {
+    namespace fs = std::filesystem;
+    std::string error;
+    fs::create_directories(Path("client"));
+    test::WriteFile(Path("client/verdata.mul"), {7, 7});
+    fs::create_directory_symlink("client", Path("link-to-client"));
+    test::WriteFile(Path("plain"), {1});
+    for (const std::string& refused : {Path("client"), Path("link-to-client"), Path("plain")}) {
+        error.clear();
+        EXPECT_FALSE(WriteSampleClient({.dir = refused}, &error)) << refused;
+        EXPECT_NE(error.find(refused + " is not "), std::string::npos) << error;
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(Path("client")), fs::directory_iterator()), 1);
+    EXPECT_EQ(ReadFile(Path("client/verdata.mul")), (ByteArray{7, 7}));
+    EXPECT_EQ(ReadFile(Path("plain")), ByteArray{1});
+
+    // A link to an empty directory leads the set into it.
+    fs::create_directories(Path("empty"));
+    fs::create_directory_symlink("empty", Path("link-to-empty"));
+    ASSERT_TRUE(WriteSampleClient({.dir = Path("link-to-empty"), .changedMap = false}, &error)) << error;
+    EXPECT_EQ(ReadFile(Path("empty/verdata.mul")), ReadFile(Set("verdata.mul")));
+
+    // The writers of single files refuse a taken name: a file, a link to one,
+    // a link that leads nowhere (whose target is not made).
+    fs::create_symlink("client/verdata.mul", Path("to-file.muo"));
+    fs::create_symlink("client/new.muo", Path("dangling.muo"));
+    for (const std::string& taken : {Path("client/verdata.mul"), Path("to-file.muo"), Path("dangling.muo")}) {
+        error.clear();
+        EXPECT_FALSE(WriteMUOFile(taken, SamplePatchEntries(1), &error)) << taken;
+        EXPECT_NE(error.find("is there already"), std::string::npos) << error;
+    }
+    EXPECT_EQ(ReadFile(Path("client/verdata.mul")), (ByteArray{7, 7}));
+    EXPECT_FALSE(test::Exists(Path("client/new.muo")));
 }
 
 TEST_F(SampleClientTest, FailuresAreReportedAndLogged) {

@@ -157,6 +157,14 @@ TEST_F(RegistryTest, BrokenLinesAreSkippedAndValueFormsAreRead) {
              {"Bad", "-"}, {"ExePath", "-"}})
         EXPECT_EQ(registry.GetValue("Software\\Test", name, "-"), value) << name;
 
+    // Several values from one reading of the file, each as GetValue gives it.
+    EXPECT_EQ(registry.GetValues({{"Software\\Test", "Twice"},
+                                  {"software\\test", "Missing"},
+                                  {"Software\\Nokey", "x"},
+                                  {"Software\\Test", "Zero"}},
+                                 "-"),
+              (std::vector<std::string>{"second", "-", "-", "before"}));
+
     std::vector<std::string> keys{"left over"};
     EXPECT_EQ(registry.GetKeys("software\\test", keys), 3);
     // Other only through a deeper key; a name with Wine's escapes in UTF-8.
@@ -164,6 +172,51 @@ TEST_F(RegistryTest, BrokenLinesAreSkippedAndValueFormsAreRead) {
     EXPECT_EQ(registry.GetKeys("Software\\Test\\Sub\\Deeper", keys), 0);
     EXPECT_TRUE(keys.empty());
     EXPECT_EQ(registry.GetKeys("Software\\Broken", keys), 0);
+}
+
+// Registries of a size where a pass that searches what it found so far takes
+// minutes: a key with hundreds of thousands of subkeys or values, an ExePath
+// of megabytes with the program's name all over it or with millions of
+// folders. Only the answers are checked; the test's time limit (ctest) is
+// what a quadratic reader would run into.
+TEST_F(RegistryTest, HugeKeysValuesAndPathsAreReadWhole) {
+    // Wine doubles the backslashes of key names and texts: R"(\\)" is one.
+    constexpr int kMany = 600000;
+    std::string text = kWine + R"([Software\\Wide])" + "\n";
+    for (int n = 0; n < kMany; ++n) text += "\"v" + std::to_string(n) + "\"=\"" + std::to_string(n) + "\"\n";
+    text += "\"v7\"=\"again\"\n\"v8\"=-\n";
+    for (int n = 0; n < kMany; ++n) text += R"([Software\\Many\\k)" + std::to_string(n) + "]\n";
+    text += R"([Software\\Many\\K0\\Below])"
+            "\n";  // a name listed already, in other case
+    std::string names, folders;
+    for (int n = 0; n < 400000; ++n) names += "client.exe";
+    for (int n = 0; n < 2000000; ++n) folders += R"(x\\)";
+    text += R"([Software\\Origin Worlds Online\\Ultima Online\\1.0])"
+            "\n"
+            R"("ExePath"="C:\\Program Files\\Ultima Online\\)" +
+            names + "\"\n";
+    text += R"([Software\\Origin Worlds Online\\Ultima Online Third Dawn\\1.0])"
+            "\n"
+            R"("ExePath"="C:\\)" +
+            folders + "uotd.exe\"\n";
+    WriteRegistry(text);
+
+    const cRegistery registry(prefix);
+    EXPECT_EQ(registry.GetValue("Software\\Wide", "v7", "-"), "again");
+    EXPECT_EQ(registry.GetValue("Software\\Wide", "v" + std::to_string(kMany - 1), "-"), std::to_string(kMany - 1));
+    std::vector<std::string> keys;
+    ASSERT_EQ(registry.GetKeys("Software\\Many", keys), kMany);
+    EXPECT_EQ(keys.front(), "k0");
+    EXPECT_EQ(keys.back(), "k" + std::to_string(kMany - 1));
+
+    cUO uo;
+    uo.Init(registry);
+    EXPECT_EQ(uo.UO2DPath, clientDir) << "every client.exe taken out";
+    EXPECT_TRUE(uo.isUO2D);
+    std::string expected = prefix + "/drive_c";
+    for (int n = 0; n < 2000000; ++n) expected += "/x";
+    EXPECT_EQ(uo.UO3DPath, expected + "/");
+    EXPECT_FALSE(uo.isUO3D);
 }
 
 TEST_F(RegistryTest, WritesChangeNothingAndRegQueryLogsAPartWithoutEquals) {
