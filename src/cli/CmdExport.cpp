@@ -14,7 +14,9 @@ int RunExport(CommandContext& context) {
     const std::string& dir = context.args.Required("--dir");
     struct stat info {};
     if (::stat(dir.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) throw CommandError(dir + ": no such directory");
-    PatchSession patch(context.args);
+    // The export only reads the patch: exports of one patch into several
+    // directories may run side by side.
+    PatchSession patch(context.args, PatchAccess::Read);
     const LockWait wait = context.args.Has("--no-wait") ? LockWait::NoWait : LockWait::Wait;
     if (const Result exported = ExportToVerdata(dir, wait); !exported) return StatusOf(exported);
     return patch.Finish();
