@@ -204,7 +204,7 @@ void VerifyPatch(const ExpectedPatch& expected, const ExpectedEnd& end, const Ob
     }
     for (int id = 0; id < kFileIDs; ++id) {
         bool recounted = false;
-        if (end.Recounted && !end.Failed)
+        if (end.Recounted)
             recounted = end.RecountFileID < 0 ? id <= 254 && !FileTypes[id].Name.empty() : id == end.RecountFileID;
         const PatchBlockSet& set = PatchBlocks[static_cast<size_t>(id)];
         const int32_t want = recounted ? counts[static_cast<size_t>(id)] : 0;

@@ -89,7 +89,7 @@ public:
 // How the model says the call ends.
 struct ExpectedEnd {
     bool Failed = false;      // the procedure logs one line and ends
-    bool Recounted = false;   // Count was recomputed (of RecountFileID, or all types when -1)
+    bool Recounted = false;   // Count was recomputed (of RecountFileID, or all types when -1), after a stop too
     int RecountFileID = -1;
     std::vector<std::string> Messages;
 };

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "FuzzSupport.h"
+#include "base/BlockLimit.h"
 
 namespace quillet::fuzz {
 
@@ -22,8 +23,8 @@ public:
 
     // Into block (whose array is reused); false where cLoad fails: a record
     // position or block position that overflows 32 bits or is negative, and
-    // a Size larger than the whole MUL file (it cannot be a block of it, and
-    // is never allocated).
+    // a Size too large to hold in memory (never allocated). A block that
+    // reaches past the end of the MUL file is what is there and zeros.
     bool Load(int64_t index, MulBlock& block) const {
         int64_t position = 0;
         if (constantIndex_ < 1) {
@@ -43,7 +44,7 @@ public:
         }
         if (block.Size > 0) {
             if (position < 0) return false;
-            if (constantIndex_ < 1 && block.Size > static_cast<int64_t>(mul_.size())) return false;
+            if (block.Size > kMaxBlockInMemory) return false;
             block.Bytes.resize(static_cast<size_t>(block.Size));
             ModelReader(mul_, position).Read(block.Bytes.data(), block.Bytes.size());
         }

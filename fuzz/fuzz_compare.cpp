@@ -36,6 +36,9 @@ bool Walk(const MulModel& base, const MulModel& altered, ExpectedPatch& patch, i
 }
 
 void ModelCompare(const CompareArgs& args, int FileID, ExpectedPatch& patch, ExpectedEnd& end) {
+    // The type's Count is recomputed however the walk ends, after a stop too.
+    end.Recounted = true;
+    end.RecountFileID = FileID;
     bool ok = true;
     if (FileID == 30) {
         for (const TileSection& section : {kLandSection, kStaticSection}) {
@@ -50,12 +53,7 @@ void ModelCompare(const CompareArgs& args, int FileID, ExpectedPatch& patch, Exp
         const MulModel altered(args.Idx2, args.Mul2, type.ConstantIndex, 0);
         ok = Walk(base, altered, patch, FileID, 0, type.NbrOfBlocks, 0);
     }
-    if (!ok) {
-        end.Failed = true;
-        return;
-    }
-    end.Recounted = true;
-    end.RecountFileID = FileID;
+    if (!ok) end.Failed = true;
 }
 
 }  // namespace

@@ -36,18 +36,18 @@ bool Walk(const MulModel& mul, ExpectedPatch& patch, int FileID, int64_t First, 
 }
 
 void ModelLoadMUL(const MulLoadArgs& args, int FileID, int32_t ToBlock, ExpectedPatch& patch, ExpectedEnd& end) {
+    // The type's Count is recomputed however the walk ends, after a stop too.
+    end.Recounted = true;
+    end.RecountFileID = FileID;
     const FileTypeRec& type = FileTypes[FileID];
     const MulModel mul(args.Idx, args.Mul, type.ConstantIndex, 0);
     const int64_t last = std::min<int64_t>(ToBlock, type.NbrOfBlocks);
-    if (!Walk(mul, patch, FileID, args.FromBlock, last, 0)) {
-        end.Failed = true;
-        return;
-    }
-    end.Recounted = true;
-    end.RecountFileID = FileID;
+    if (!Walk(mul, patch, FileID, args.FromBlock, last, 0)) end.Failed = true;
 }
 
 void ModelLoadTiledata(const MulLoadArgs& args, int32_t ToBlock, ExpectedPatch& patch, ExpectedEnd& end) {
+    end.Recounted = true;
+    end.RecountFileID = 30;
     if (args.FromBlock < kStaticSection.First) {
         const MulModel land(args.Idx, args.Mul, kLandSection.BlockSize, kLandSection.Start);
         if (!Walk(land, patch, 30, args.FromBlock, std::min(ToBlock, kLandSection.Last), kLandSection.First)) {
@@ -63,8 +63,6 @@ void ModelLoadTiledata(const MulLoadArgs& args, int32_t ToBlock, ExpectedPatch& 
             return;
         }
     }
-    end.Recounted = true;
-    end.RecountFileID = 30;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "FuzzInput.h"
 #include "FuzzSupport.h"
+#include "base/BlockLimit.h"
 #include "core/mMuls.h"
 #include "formats/mPatchMUO.h"
 
@@ -14,22 +15,32 @@ namespace {
 
 // LoadMUO by the format's rules, step for step, on the bytes of the file.
 void ModelLoadMUO(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
+    // Every way out of a file that exists recounts, a stop too.
+    end.Recounted = true;
     ModelReader reader(file);
     uint8_t head[8];
     reader.Read(head, sizeof head);
     const int32_t version = LoadI32(head + 4);
-    for (int text = 0; text < 3; ++text) {
+    bool whole = true;
+    for (int text = 0; text < 3 && whole; ++text) {
         for (;;) {
-            if (reader.Remaining() <= 0) return;  // no 0 byte before the end: cOpen fails, nothing is read
+            if (reader.Remaining() <= 0) {  // no 0 byte before the end
+                whole = false;
+                break;
+            }
             uint8_t c = 0;
             reader.Read(&c, 1);
             if (c == 0) break;
         }
     }
+    // Another version, or a header cut short: a failure that names the file.
+    if (version != 1 || !whole) {
+        end.Failed = true;
+        return;
+    }
     uint8_t word[4];
     reader.Read(word, sizeof word);
     const int32_t total = LoadI32(word);
-    if (version != 1) return;
 
     ByteArray data;
     for (int32_t entry = 0; entry < total; ++entry) {
@@ -46,8 +57,9 @@ void ModelLoadMUO(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
             return;
         }
         if (size > 0) {
-            // The data must be in the file: a larger Size is refused before anything is allocated.
-            if (size > reader.Remaining()) {
+            // What the file has, zeros for the rest; a block too large to
+            // hold in memory is refused before anything is allocated.
+            if (size > kMaxBlockInMemory) {
                 end.Failed = true;
                 return;
             }
@@ -75,7 +87,6 @@ void ModelLoadMUO(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
         }
         if (pastEnd) break;
     }
-    end.Recounted = true;
 }
 
 // The file SaveMUO must write for the model's patch.

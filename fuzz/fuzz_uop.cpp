@@ -5,6 +5,7 @@
 
 #include "FuzzInput.h"
 #include "FuzzSupport.h"
+#include "base/BlockLimit.h"
 #include "core/mMuls.h"
 #include "formats/mPatchUOP.h"
 
@@ -23,12 +24,17 @@ void ReadOver(ModelReader& reader, int32_t& field) {
 }
 
 void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
+    // Every way out of a file that exists recounts, a stop too.
+    end.Recounted = true;
     ModelReader reader(file);
     uint8_t head[12];
     reader.Read(head, sizeof head);
     const uint8_t version = head[3];
     const int32_t total = LoadI32(head + 4);
-    if (version != 4 && version != 5) return;
+    if (version != 4 && version != 5) {  // no UOP patch file this program reads: a failure that names it
+        end.Failed = true;
+        return;
+    }
     if (version == 5) {
         uint8_t toolName[10];
         reader.Read(toolName, sizeof toolName);
@@ -46,7 +52,7 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
         ReadOver(reader, size);
         ReadOver(reader, extra);
         if (size > 0) {
-            if (size > reader.Size()) {  // no entry of this file can hold it
+            if (size > kMaxBlockInMemory) {  // refused before anything is allocated
                 end.Failed = true;
                 return;
             }
@@ -66,7 +72,6 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
         }
         if (pastEnd) break;
     }
-    end.Recounted = true;
 }
 
 }  // namespace

@@ -5,12 +5,15 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "FuzzInput.h"
 #include "FuzzSupport.h"
+#include "base/BlockLimit.h"
 #include "core/mMuls.h"
 #include "formats/mVerdata.h"
 
@@ -26,69 +29,86 @@ struct Entry {
     ByteArray Data;    // Size bytes when Size is above 0
 };
 
+// Entry index as cVerdata.cLoad reads it, or nothing where cLoad fails: a
+// negative FileID, data at a negative Position, a Size too large to hold in
+// memory. An entry of FileID 256 or more has no data, whatever it says; data
+// and entries past the end of the file read as zeros.
+std::optional<Entry> ReadEntry(const ByteArray& file, int32_t index) {
+    const ByteArray raw = BytesAt(file, 4 + 20 * int64_t{index}, 20);
+    const int32_t fileId = LoadI32(raw.data());
+    const int32_t position = LoadI32(raw.data() + 8);
+    const int32_t size = LoadI32(raw.data() + 12);
+    Entry entry;
+    entry.Block = LoadI32(raw.data() + 4);
+    entry.Extra = LoadI32(raw.data() + 16);
+    if (fileId >= 256) {
+        entry.FileID = 255;
+        entry.Size = -1;
+        return entry;
+    }
+    if (fileId < 0) return std::nullopt;
+    entry.FileID = static_cast<uint8_t>(fileId);
+    entry.Size = size;
+    if (size > 0) {
+        if (position < 0 || size > kMaxBlockInMemory) return std::nullopt;
+        entry.Data = BytesAt(file, position, size);
+    }
+    return entry;
+}
+
+int32_t CountOf(const ByteArray& file) { return LoadI32(BytesAt(file, 0, 4).data()); }
+
+// The old file as ExportVerdata copies it: refused when its count is beyond
+// the file or negative, or when an entry cannot be read.
 struct OldFile {
-    bool IndexFits = false;
-    std::vector<Entry> Entries;  // the entries that can be read, from the first on
-    bool AllReadable = false;    // else reading entry Entries.size() fails
+    bool Usable = false;
+    std::vector<Entry> Entries;
 };
 
 OldFile ReadOldFile(const ByteArray& file) {
     OldFile old;
-    const int64_t fileSize = static_cast<int64_t>(file.size());
-    const int32_t count = LoadI32(BytesAt(file, 0, 4).data());
-    old.IndexFits = count == 0 || (count > 0 && 4 + 20 * int64_t{count} <= fileSize);
-    if (!old.IndexFits) return old;
+    const int32_t count = CountOf(file);
+    if (!(count == 0 || (count > 0 && 4 + 20 * int64_t{count} <= static_cast<int64_t>(file.size())))) return old;
     for (int32_t index = 0; index < count; ++index) {
-        const ByteArray raw = BytesAt(file, 4 + 20 * int64_t{index}, 20);
-        const int32_t fileId = LoadI32(raw.data());
-        const int32_t position = LoadI32(raw.data() + 8);
-        const int32_t size = LoadI32(raw.data() + 12);
-        Entry entry;
-        entry.Block = LoadI32(raw.data() + 4);
-        entry.Extra = LoadI32(raw.data() + 16);
-        if (size > 0) {
-            if (position < 0 || int64_t{position} + size > fileSize) return old;  // bytes outside the file
-            entry.Data = BytesAt(file, position, size);
-        }
-        if (fileId >= 256) {
-            entry.FileID = 255;
-            entry.Size = -1;
-        } else if (fileId < 0) {
-            return old;
-        } else {
-            entry.FileID = static_cast<uint8_t>(fileId);
-            entry.Size = size;
-        }
-        old.Entries.push_back(std::move(entry));
+        std::optional<Entry> entry = ReadEntry(file, index);
+        if (!entry) return old;
+        old.Entries.push_back(std::move(*entry));
     }
-    old.AllReadable = true;
+    old.Usable = true;
     return old;
 }
 
-void ModelLoadVerdata(const OldFile& old, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
-    if (!old.IndexFits) {
+void ModelLoadVerdata(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
+    // Every way out of a file that exists recounts, a stop too.
+    end.Recounted = true;
+    const int32_t count = CountOf(file);
+    // A client's container, or a negative count: no verdata file at all.
+    if (count < 0 || (file.size() >= 4 && std::memcmp(file.data(), "MYP\0", 4) == 0)) {
         end.Failed = true;
         return;
     }
-    for (const Entry& entry : old.Entries) {
-        bool dropped = false;
-        if (entry.Block > FileTypes[entry.FileID].NbrOfBlocks) {
-            end.Messages.push_back(IllegalBlockText(entry.FileID, entry.Block));
-            dropped = true;
-        }
-        if (entry.FileID < args.FromFileID || entry.FileID > args.ToFileID || entry.Block < args.FromBlock ||
-            entry.Block > args.ToBlock)
-            dropped = true;
-        if (!dropped && !patch.Store(entry.FileID, entry.Block, entry.Size, entry.Extra, entry.Data.data())) {
+    for (int32_t index = 0; index < count; ++index) {
+        // Past the end every entry is the zeroed one: one stands for all.
+        const bool pastEnd = 4 + 20 * (int64_t{index} + 1) > static_cast<int64_t>(file.size());
+        const std::optional<Entry> entry = ReadEntry(file, index);
+        if (!entry) {
             end.Failed = true;
             return;
         }
+        bool dropped = false;
+        if (entry->Block > FileTypes[entry->FileID].NbrOfBlocks) {
+            end.Messages.push_back(IllegalBlockText(entry->FileID, entry->Block));
+            dropped = true;
+        }
+        if (entry->FileID < args.FromFileID || entry->FileID > args.ToFileID || entry->Block < args.FromBlock ||
+            entry->Block > args.ToBlock)
+            dropped = true;
+        if (!dropped && !patch.Store(entry->FileID, entry->Block, entry->Size, entry->Extra, entry->Data.data())) {
+            end.Failed = true;
+            return;
+        }
+        if (pastEnd) break;
     }
-    if (!old.AllReadable) {
-        end.Failed = true;
-        return;
-    }
-    end.Recounted = true;
 }
 
 // The new verdata.mul: the old entries, then the patch by FileID and Block,
@@ -142,7 +162,7 @@ void CheckExport(const ByteArray& file, const OldFile& old, const ExpectedPatch&
         FUZZ_CHECK(!done && seen.messages == std::vector<std::string>{"There are no blocks in the patch to save."},
                    "an empty patch is not exported");
         FUZZ_CHECK(seen.logged.empty(), "no log line");
-    } else if (!old.IndexFits || !old.AllReadable) {
+    } else if (!old.Usable) {
         FUZZ_CHECK(!done && seen.messages.empty(), "a broken old file fails the export without a message");
         FUZZ_CHECK(seen.logged == std::vector<std::string>{"mVerdata.ExportVerdata"}, "one log line");
     } else {
@@ -177,7 +197,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const OldFile old = ReadOldFile(file);
     ExpectedPatch expected;
     ExpectedEnd end;
-    ModelLoadVerdata(old, args, expected, end);
+    ModelLoadVerdata(file, args, expected, end);
     LoadVerdata(path, args.FromFileID, args.ToFileID, args.FromBlock, args.ToBlock);
     VerifyPatch(expected, end, seen, "mVerdata.LoadVerdata");
 

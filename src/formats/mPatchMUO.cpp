@@ -2,25 +2,31 @@
 
 #include <unistd.h>
 
-#include "core/mPatch.h"
+#include "base/SafeSave.h"
 #include "base/cError.h"
+#include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
+#include "formats/ReadNotes.h"
 #include "formats/cMUO.h"
-#include "base/SafeSave.h"
 
 namespace quillet {
 
 bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
              int32_t ToBlock) {
+    int64_t entry = -1;
     try {
         if (PatchFilename.empty() || ::access(PatchFilename.c_str(), F_OK) != 0) return true;
         cMUO muo;
-        if (muo.cOpen(PatchFilename) != 0) return true;
+        // A file that cannot be read, or is no MUO file, is a failure that
+        // names it: the user must hear of it before anything is saved.
+        if (const int32_t code = muo.cOpen(PatchFilename); code != 0)
+            Fail(SourceFailure(PatchFilename, muo.cError(code), muo.Why));
         const int32_t total = muo.cCount();
         CountingPoint progress(total);
         ByteArray bytes;
-        for (int32_t entry = 0; entry < total; ++entry) {
+        int64_t stored = 0;
+        for (entry = 0; entry < total; ++entry) {
             // Once the file is used up every further entry is the same zeroed
             // record: storing it once has the whole effect of storing it again.
             const bool pastEnd = muo.cAtEnd();
@@ -44,16 +50,23 @@ bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             }
             if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock || reserved)
                 dropped = true;
-            if (!dropped) StoreBlock(fileId, block, size, extra, bytes);
+            if (!dropped) {
+                StoreBlock(fileId, block, size, extra, bytes);
+                ++stored;
+            }
 
             progress.Tick(entry);
             if (pastEnd) break;
         }
+        entry = -1;
         muo.cClose();
         RecountAllBlocks();
+        if (stored == 0) WarnNothingLoaded(PatchFilename, total);
         return true;
     } catch (...) {
-        gError.Log("mPatch.LoadMUO");
+        // What was stored before the stop stays, and the counts say so.
+        RecountAllBlocks();
+        gError.Log("mPatch.LoadMUO", FailureInSource(PatchFilename, entry));
         return false;
     }
 }

@@ -8,14 +8,15 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/mPatch.h"
-#include "base/cError.h"
-#include "support/Services.h"
-#include "core/mWait.h"
-#include "formats/FormatCodes.h"
-#include "formats/cVerdata.h"
 #include "base/FilePaths.h"
 #include "base/SafeSave.h"
+#include "base/cError.h"
+#include "core/mPatch.h"
+#include "core/mWait.h"
+#include "formats/FormatCodes.h"
+#include "formats/ReadNotes.h"
+#include "formats/cVerdata.h"
+#include "support/Services.h"
 
 namespace quillet {
 namespace {
@@ -87,20 +88,26 @@ void SwapInNewVerdata(const std::string& dir, const FileIdentity& written) {
 
 bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
                  int32_t ToBlock) {
+    int64_t index = -1;
     try {
         if (Filename.empty() || ::access(Filename.c_str(), F_OK) != 0) return true;
         cVerdata verdata;
-        if (verdata.cOpen(Filename) != 0) return true;
+        // A file that cannot be read, or cannot be a verdata file at all, is
+        // a failure that names it.
+        if (const int32_t code = verdata.cOpen(Filename, cVerdata::Access::Read); code != 0)
+            Fail(SourceFailure(Filename, verdata.cError(code), verdata.Why));
+        if (const std::string why = verdata.NotVerdataWhy(); !why.empty()) Fail(Filename + ": " + why);
         const int32_t total = verdata.cCount();
-        if (!verdata.IndexFits())
-            Fail(Filename + " counts " + std::to_string(total) + " entries, more than its " +
-                 std::to_string(verdata.FileSize()) + " bytes can hold");
         CountingPoint progress(total, false);  // a verdata load moves no progress bar
         ByteArray bytes;
-        for (int32_t index = 0; index < total; ++index) {
+        int64_t stored = 0;
+        for (index = 0; index < total; ++index) {
+            // Entries past the end of the file are all the same zeroed entry:
+            // storing it once has the whole effect of storing it for each.
+            const bool pastEnd = !verdata.EntryInFile(static_cast<int32_t>(index));
             uint8_t fileId = 0;
             int32_t block = 0, extra = 0, size = 0;
-            verdata.cLoad(index, fileId, block, extra, bytes, size);
+            verdata.cLoad(static_cast<int32_t>(index), fileId, block, extra, bytes, size);
             bool dropped = false;
             // Before the range filter: a block outside the ranges is reported too.
             if (block > FileTypes[fileId].NbrOfBlocks) {
@@ -108,14 +115,22 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
                 dropped = true;
             }
             if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock) dropped = true;
-            if (!dropped) StoreBlock(fileId, block, size, extra, bytes);
+            if (!dropped) {
+                StoreBlock(fileId, block, size, extra, bytes);
+                ++stored;
+            }
             progress.Tick(index);
+            if (pastEnd) break;
         }
+        index = -1;
         verdata.cClose();
         RecountAllBlocks();
+        if (stored == 0) WarnNothingLoaded(Filename, total);
         return true;
     } catch (...) {
-        gError.Log("mVerdata.LoadVerdata");
+        // What was stored before the stop stays, and the counts say so.
+        RecountAllBlocks();
+        gError.Log("mVerdata.LoadVerdata", FailureInSource(Filename, index));
         return false;
     }
 }

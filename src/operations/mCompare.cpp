@@ -2,6 +2,7 @@
 // versions of one client file type.
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "base/Checked.h"
 #include "core/mMuls.h"
@@ -14,6 +15,10 @@
 
 namespace quillet {
 namespace {
+
+// Blocks beyond a type's last one are counted to the end of the file.
+constexpr int64_t kNoLimit = std::numeric_limits<int32_t>::max();
+constexpr const char* kNotCompared = "they were not compared";
 
 // The block in hand from each side, each in an array that the next block reuses.
 struct CompareBuffers {
@@ -73,8 +78,9 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
     try {
         if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) return true;
         const FileTypeRec& type = FileTypes[FileID];
-        cMUL base;
+        // Each side warns of its files when it goes: the base side first.
         cMUL altered;
+        cMUL base;
         CompareBuffers buffers;
         CountingPoint progress(type.NbrOfBlocks);
         if (FileID == kTiledataFileID) {
@@ -86,6 +92,12 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
                 OpenMUL(altered, "", MULFilename2, section.BlockSize, blocks, section.Start);
                 CompareRange(base, altered, FileID, section.FirstBlock, section.LastBlock, section.FirstBlock,
                              buffers, progress);
+                if (section.LastBlock == type.NbrOfBlocks) {
+                    WarnBeyondLast(base, MULFilename1, FileID, section.FirstBlock, kNoLimit, section.LastBlock,
+                                   section.FirstBlock, kNotCompared);
+                    WarnBeyondLast(altered, MULFilename2, FileID, section.FirstBlock, kNoLimit, section.LastBlock,
+                                   section.FirstBlock, kNotCompared);
+                }
                 base.cClose();
                 altered.cClose();
             }
@@ -93,12 +105,18 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
             OpenMUL(base, IDXFilename1, MULFilename1, type.ConstantIndex, type.NbrOfBlocks, 0);
             OpenMUL(altered, IDXFilename2, MULFilename2, type.ConstantIndex, type.NbrOfBlocks, 0);
             CompareRange(base, altered, FileID, 0, type.NbrOfBlocks, 0, buffers, progress);
+            const bool pair = type.ConstantIndex < 1;
+            WarnBeyondLast(base, pair ? IDXFilename1 : MULFilename1, FileID, 0, kNoLimit, type.NbrOfBlocks, 0,
+                           kNotCompared);
+            WarnBeyondLast(altered, pair ? IDXFilename2 : MULFilename2, FileID, 0, kNoLimit, type.NbrOfBlocks, 0,
+                           kNotCompared);
             base.cClose();
             altered.cClose();
         }
         RecountBlocks(FileID);
         return true;
     } catch (...) {
+        RecountBlocks(FileID);  // what was stored before the stop stays, and the count says so
         gError.Log("mMuls.CompareMUL");
         return false;
     }

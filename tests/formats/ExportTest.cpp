@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Warnings.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/mMuls.h"
@@ -105,7 +106,6 @@ TEST_F(PatchTest, ExportMessagesComeInTheOrderOfTheirTests) {
 TEST_F(PatchTest, ExportRefusesAnOldVerdataItCannotTrust) {
     StoreBlock(4, 1, 1, 0, ByteArray{1});
     for (const ByteArray& file : {Bytes{}.le(4).verdata(4, 1, 0, -1, 0).b,  // count beyond the file
-                                  Bytes{}.le(1).verdata(4, 1, 24, 5, 0).raw({1, 2}).b,  // data past the end
                                   Bytes{}.le(2).verdata(4, 1, 0, -1, 0).verdata(-3, 1, 0, -1, 0).b}) {
         SCOPED_TRACE(::testing::PrintToString(file));
         ::unlink(Path("test.log").c_str());
@@ -117,6 +117,21 @@ TEST_F(PatchTest, ExportRefusesAnOldVerdataItCannotTrust) {
         EXPECT_NE(LogLines()[0].find("mVerdata.ExportVerdata: "), std::string::npos);
     }
     EXPECT_TRUE(messages.empty());
+}
+
+// An old file whose last block is cut short no longer blocks every export:
+// the block is copied as what is there and zeros, and the user is warned.
+TEST_F(PatchTest, ExportCopiesACutOldBlockWithZerosAndWarns) {
+    StoreBlock(4, 1, 1, 0, ByteArray{1});
+    test::WriteFile(Path("verdata.mul"), Bytes{}.le(1).verdata(4, 1, 24, 5, 0).raw({1, 2}).b);
+    const WarningWatch warnings;
+    ASSERT_TRUE(ExportVerdata(dir));
+    EXPECT_EQ(test::ReadFile(Path("verdata.mul")),
+              Bytes{}.le(2).verdata(4, 1, 44, 5, 0).verdata(4, 1, 49, 1, 0).raw({1, 2, 0, 0, 0, 1}).b);
+    EXPECT_EQ(warnings.Texts(),
+              std::vector<std::string>{Path("verdata.mul") + ": 1 block reaches past the end of "
+                                                             "the file; the missing bytes were read as zeros."});
+    EXPECT_EQ(LogLines(), std::vector<std::string>{});
 }
 
 TEST_F(PatchTest, HueGroupBecomesItsVerdataForm) {
