@@ -5,7 +5,6 @@
 
 #include "FuzzInput.h"
 #include "FuzzSupport.h"
-#include "base/BlockLimit.h"
 #include "core/mMuls.h"
 #include "formats/mPatchUOP.h"
 
@@ -43,7 +42,7 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
     // repeats its last entry, with zero bytes as the data.
     uint8_t id = 0;
     int32_t block = 0, size = 0, extra = 0;
-    ByteArray data;
+    ByteArray first;  // what the file holds of an entry's bytes; zeros for the rest
     for (int32_t entry = 0; entry < total; ++entry) {
         const bool pastEnd = reader.Remaining() <= 0;
         uint8_t b = 0;
@@ -51,14 +50,9 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
         ReadOver(reader, block);
         ReadOver(reader, size);
         ReadOver(reader, extra);
-        if (size > 0) {
-            if (size > kMaxBlockInMemory) {  // refused before anything is allocated
-                end.Failed = true;
-                return;
-            }
-            data.assign(static_cast<size_t>(size), 0);
-            reader.Read(data.data(), data.size());
-        }
+        // The bytes pass into the DataFile: what the file has, zeros for the rest.
+        first = size > 0 ? BytesIn(file, reader.Position(), size) : ByteArray();
+        if (size > 0) reader.Skip(size);
         bool dropped = false;
         if (block > FileTypes[id].NbrOfBlocks) {
             end.Messages.push_back(IllegalBlockText(id, block));
@@ -66,7 +60,7 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
         }
         if (id < args.FromFileID || id > args.ToFileID || block < args.FromBlock || block > args.ToBlock || id >= 252)
             dropped = true;
-        if (!dropped && !patch.Store(id, block, size, extra, data.data())) {
+        if (!dropped && !patch.StoreStreamed(id, block, size, extra, first, end)) {
             end.Failed = true;
             return;
         }

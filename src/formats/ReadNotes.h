@@ -47,15 +47,17 @@ private:
 // source that notes a block cut by the end of its file (once per block).
 class BlockBytes : public ByteSource {
 public:
-    void Start(ByteSource& from, int64_t size, ReadNotes& notes) {
+    // noted: the block was noted already (it is read a second time).
+    void Start(ByteSource& from, int64_t size, ReadNotes& notes, bool noted = false) {
         from_ = &from;
         left_ = size > 0 ? size : 0;
         notes_ = &notes;
-        noted_ = false;
+        noted_ = noted;
     }
     // Fails for more than is left of the block.
     size_t Read(uint8_t* out, size_t count) override;
     int64_t Left() const { return left_; }
+    bool Noted() const { return noted_; }
 
 private:
     ByteSource* from_ = nullptr;

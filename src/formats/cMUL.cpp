@@ -159,6 +159,8 @@ cMUL::Record cMUL::BlockRecord(int32_t IndexNumber) {
 int32_t cMUL::cLoadHead(int32_t IndexNumber, int32_t& Extra) {
     const Record record = BlockRecord(IndexNumber);
     Extra = record.Extra;
+    lastPosition_ = record.Position;
+    lastSize_ = record.Size;
     mulSource_.Seek(record.Position);
     data_.Start(mulSource_, record.Size, mulNotes_);
     return record.Size;
@@ -174,21 +176,11 @@ int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
     return size;
 }
 
-int32_t cMUL::cLoadView(int32_t IndexNumber, int32_t& Extra, const uint8_t*& data, ByteArray& spare) {
-    const Record record = BlockRecord(IndexNumber);
-    Extra = record.Extra;
-    if (record.Size > 0) {
-        const auto size = static_cast<size_t>(record.Size);
-        CheckBlockFitsInMemory(record.Size);
-        if (int64_t{record.Position} + record.Size > mulLength_) mulNotes_.ShortBlock();
-        if (record.Position >= mulLength_) {
-            spare.assign(size, 0);
-            data = spare.data();
-        } else {
-            data = mulWindow_.View(mul_, record.Position, size, spare);
-        }
-    }
-    return record.Size;
+ByteSource& cMUL::cDataAgain() {
+    const bool noted = data_.Noted();  // the first reading may have stopped before the end
+    mulSource_.Seek(lastPosition_);
+    data_.Start(mulSource_, lastSize_, mulNotes_, noted);
+    return data_;
 }
 
 int64_t cMUL::cBlocksIn(int64_t First, int64_t Last) {

@@ -48,14 +48,13 @@ public:
     // of them (none for a Size of 0 or below), a piece at a time.
     int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra);
     ByteSource& cData() { return data_; }
+    // The bytes of the block last read by cLoadHead once more, from their
+    // start (a block cut by the end of its file is not noted twice).
+    ByteSource& cDataAgain();
     // How many blocks with bytes the file holds among numbers First..Last:
     // index records of a Size above 0 in pair mode, blocks that begin before
     // the end of the file in constant-size mode.
     int64_t cBlocksIn(int64_t First, int64_t Last);
-    // cLoad without a copy, for a walk that only looks at the bytes: for a
-    // Size above 0, data points at them, in the read window or in spare,
-    // until the next call on this object or a change of spare.
-    int32_t cLoadView(int32_t IndexNumber, int32_t& Extra, const uint8_t*& data, ByteArray& spare);
     // Writes block IndexNumber: in place if it fits where it was, else at the
     // end of the MUL file; isEmpty marks the record -1/-1. The files are
     // opened for writing at the first cSave. Throws a Failure for the same bad
@@ -92,6 +91,8 @@ private:
     ReadWindow mulWindow_{1 << 18};
     WindowSource mulSource_{mul_, mulWindow_, 0};
     BlockBytes data_;
+    int32_t lastPosition_ = 0;  // of the block last read by cLoadHead
+    int32_t lastSize_ = 0;
     ReadNotes mulNotes_;
     ReadNotes idxNotes_{"index record"};
     int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else

@@ -24,7 +24,6 @@ bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             Fail(SourceFailure(PatchFilename, muo.cError(code), muo.Why));
         const int32_t total = muo.cCount();
         CountingPoint progress(total);
-        ByteArray bytes;
         int64_t stored = 0;
         for (entry = 0; entry < total; ++entry) {
             // Once the file is used up every further entry is the same zeroed
@@ -32,7 +31,9 @@ bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             const bool pastEnd = muo.cAtEnd();
             uint8_t fileId = 0;
             int32_t block = 0, extra = 0, size = 0;
-            muo.cLoad(fileId, block, extra, bytes, size);
+            // The head only: the bytes pass from the file into the DataFile a
+            // piece at a time, and those of a dropped entry are passed over.
+            muo.cLoadHead(fileId, block, extra, size);
             // 252..255 all carry bit 6; they are the format's reserved numbers
             // and are dropped by what the file says, before the flag is taken off.
             const bool reserved = fileId >= 252;
@@ -51,7 +52,7 @@ bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock || reserved)
                 dropped = true;
             if (!dropped) {
-                StoreBlock(fileId, block, size, extra, bytes);
+                StoreBlockFrom(fileId, block, size, extra, muo.cData());
                 ++stored;
             }
 

@@ -23,9 +23,8 @@ bool LoadUOP(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             Fail(SourceFailure(PatchFilename, uop.cError(code), uop.Why));
         const int32_t total = uop.cCount();
         CountingPoint progress(total);
-        // cLoad reads into these, and where the file has ended they keep what
-        // the entry before left in them: they live across the whole walk.
-        ByteArray bytes;
+        // cLoadHead reads into these, and where the file has ended they keep
+        // what the entry before left in them: they live across the whole walk.
         uint8_t fileId = 0;
         int32_t block = 0, extra = 0, size = 0;
         int64_t stored = 0;
@@ -35,7 +34,9 @@ bool LoadUOP(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             // effect on the patch of storing it for every missing entry. (Its
             // message, if its block is out of range, is shown once, too.)
             const bool pastEnd = uop.cAtEnd();
-            uop.cLoad(fileId, block, extra, bytes, size);
+            // The head only: the bytes pass from the file into the DataFile a
+            // piece at a time, and those of a dropped entry are passed over.
+            uop.cLoadHead(fileId, block, extra, size);
 
             bool dropped = false;
             if (block > FileTypes[fileId].NbrOfBlocks) {
@@ -45,7 +46,7 @@ bool LoadUOP(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock || fileId >= 252)
                 dropped = true;
             if (!dropped) {
-                StoreBlock(fileId, block, size, extra, bytes);
+                StoreBlockFrom(fileId, block, size, extra, uop.cData());
                 ++stored;
             }
 

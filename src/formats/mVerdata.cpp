@@ -99,7 +99,6 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
         if (const std::string why = verdata.NotVerdataWhy(); !why.empty()) Fail(Filename + ": " + why);
         const int32_t total = verdata.cCount();
         CountingPoint progress(total, false);  // a verdata load moves no progress bar
-        ByteArray bytes;
         int64_t stored = 0;
         for (index = 0; index < total; ++index) {
             // Entries past the end of the file are all the same zeroed entry:
@@ -107,7 +106,9 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
             const bool pastEnd = !verdata.EntryInFile(static_cast<int32_t>(index));
             uint8_t fileId = 0;
             int32_t block = 0, extra = 0, size = 0;
-            verdata.cLoad(static_cast<int32_t>(index), fileId, block, extra, bytes, size);
+            // The entry only: its bytes pass from the file into the DataFile a
+            // piece at a time.
+            verdata.cLoadHead(static_cast<int32_t>(index), fileId, block, extra, size);
             bool dropped = false;
             // Before the range filter: a block outside the ranges is reported too.
             if (block > FileTypes[fileId].NbrOfBlocks) {
@@ -116,7 +117,7 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
             }
             if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock) dropped = true;
             if (!dropped) {
-                StoreBlock(fileId, block, size, extra, bytes);
+                StoreBlockFrom(fileId, block, size, extra, verdata.cData());
                 ++stored;
             }
             progress.Tick(index);

@@ -20,23 +20,34 @@ namespace {
 constexpr int64_t kNoLimit = std::numeric_limits<int32_t>::max();
 constexpr const char* kNotCompared = "they were not compared";
 
-// The block in hand from each side, each in an array that the next block reuses.
+// The pieces in hand from each side, in arrays that the next block reuses.
 struct CompareBuffers {
     ByteArray base;
     ByteArray altered;
     ByteArray hues;
 };
 
-// Sizes decide first; bytes only when both sides have the same size above 0.
-// So two empty blocks are equal only with the same size: -1 against 0 differs.
-bool Differs(int32_t Size1, const uint8_t* Bytes1, int32_t Size2, const uint8_t* Bytes2) {
-    if (Size1 != Size2) return true;
-    return Size1 > 0 && std::memcmp(Bytes1, Bytes2, static_cast<size_t>(Size1)) != 0;
+// Whether the next Size bytes of both sides are the same, compared a piece at
+// a time: no block is held whole, however large.
+bool SameBytesFrom(ByteSource& base, ByteSource& altered, int64_t Size, CompareBuffers& buffers) {
+    constexpr int64_t kPiece = 1 << 16;
+    buffers.base.resize(static_cast<size_t>(std::min(Size, kPiece)));
+    buffers.altered.resize(buffers.base.size());
+    for (int64_t left = Size; left > 0;) {
+        const auto piece = static_cast<size_t>(std::min(left, kPiece));
+        base.Read(buffers.base.data(), piece);
+        altered.Read(buffers.altered.data(), piece);
+        if (std::memcmp(buffers.base.data(), buffers.altered.data(), piece) != 0) return false;
+        left -= static_cast<int64_t>(piece);
+    }
+    return true;
 }
 
 // Walks First..Last (inclusive) on both open objects, reading index Block -
-// IndexBase. The bytes are looked at where they lie; only a block that
-// differs is copied, to be stored.
+// IndexBase. Sizes decide first; bytes only when both sizes are the same and
+// above 0, so two empty blocks are equal only with the same size: -1 against
+// 0 differs. A block that differs is read again from the altered side, into
+// the DataFile.
 void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int32_t Last, int32_t IndexBase,
                   CompareBuffers& buffers, CountingPoint& progress) {
     for (int64_t block = First; block <= Last; ++block) {
@@ -44,18 +55,21 @@ void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int3
         const int32_t index = SubLong(number, IndexBase);
         int32_t extra1 = 0;
         int32_t extra2 = 0;
-        const uint8_t* bytes1 = nullptr;
-        const uint8_t* bytes2 = nullptr;
-        const int32_t size1 = base.cLoadView(index, extra1, bytes1, buffers.base);
-        const int32_t size2 = altered.cLoadView(index, extra2, bytes2, buffers.altered);
+        const int32_t size1 = base.cLoadHead(index, extra1);
+        const int32_t size2 = altered.cLoadHead(index, extra2);
         // An equal block leaves its slot alone, whatever the patch holds there;
         // the extra words take no part in the decision.
-        if (Differs(size1, bytes1, size2, bytes2)) {
+        const bool differs =
+            size1 != size2 || (size1 > 0 && !SameBytesFrom(base.cData(), altered.cData(), size1, buffers));
+        if (differs) {
             if (size2 < 1) {
                 StoreBlock(FileID, number, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
-            } else {
-                if (bytes2 != buffers.altered.data()) buffers.altered.assign(bytes2, bytes2 + size2);
+            } else if (FileID == kHuesFileID) {
+                buffers.altered.resize(static_cast<size_t>(size2));  // a group of the type's constant size
+                altered.cDataAgain().Read(buffers.altered.data(), buffers.altered.size());
                 StoreMULBlock(FileID, number, size2, extra2, buffers.altered, buffers.hues);
+            } else {
+                StoreBlockFrom(FileID, number, size2, extra2, altered.cDataAgain());
             }
         }
         progress.Tick(number);

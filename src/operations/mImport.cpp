@@ -19,27 +19,27 @@ namespace {
 // An index record of this Size ends the import at its block.
 constexpr int32_t kStopSize = -2;
 
-// One walked block as the import stores it: with its bytes, or present and
-// empty with Size -1 whatever non-positive size the source gave.
-void StoreImported(uint8_t FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& Bytes,
-                   ByteArray& HueBuffer) {
-    if (Size > 0)
-        StoreMULBlock(FileID, Block, Size, Extra, Bytes, HueBuffer);
-    else
-        StoreBlock(FileID, Block, -1, Extra, nullptr);
-}
-
 // Walks First..Last (inclusive) on an open cMUL, reading index Block -
 // IndexBase, until a Size of -2 ends the walk; answers whether it ran to Last.
+// Each walked block is stored with its bytes, or present and empty with Size
+// -1 whatever non-positive size the source gave. The bytes pass from the MUL
+// file into the DataFile a piece at a time; only a Hues group, converted on
+// the way, is held whole.
 bool ImportRange(cMUL& mul, uint8_t FileID, int64_t First, int64_t Last, int32_t IndexBase, CountingPoint& progress) {
     ByteArray bytes;
     ByteArray hues;
     for (int64_t block = First; block <= Last; ++block) {
         const int32_t number = ToLong(block);
+        const int32_t index = SubLong(number, IndexBase);
         int32_t extra = 0;
-        const int32_t size = mul.cLoad(SubLong(number, IndexBase), extra, bytes);
+        const int32_t size = FileID == kHuesFileID ? mul.cLoad(index, extra, bytes) : mul.cLoadHead(index, extra);
         if (size == kStopSize) return false;
-        StoreImported(FileID, number, size, extra, bytes, hues);
+        if (size < 1)
+            StoreBlock(FileID, number, -1, extra, nullptr);
+        else if (FileID == kHuesFileID)
+            StoreMULBlock(FileID, number, size, extra, bytes, hues);
+        else
+            StoreBlockFrom(FileID, number, size, extra, mul.cData());
         progress.Tick(number);
     }
     return true;

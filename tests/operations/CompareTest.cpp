@@ -61,18 +61,22 @@ TEST_F(CompareTest, StoresTheAlteredSideOfWhatDiffers) {
     EXPECT_EQ(DataFileHandle.Size() - dataBefore, 12);  // only the three altered blocks with bytes
     EXPECT_TRUE(LogLines().empty());
     EXPECT_EQ(percents, (std::vector<int32_t>{30, 61, 91}));  // the walk covers the whole type
-    // A record beyond its MUL file on the base side reads as zeros there, and
-    // is told as a warning that names the file: block 2 differs by its size.
+    // A block beyond the end of its MUL file on the base side reads as zeros
+    // there, and is told as a warning that names the file: "ab" and zeros
+    // against "abzz" differ.
     PatchDispose();
     PatchNew();
-    test::WriteFile(Path("base.idx"), Bytes{}.record(0, 3, 1).record(-1, -1, 2).record(0, 5000, 3).b);
+    test::WriteFile(Path("cut.idx"), Bytes{}.record(0, 4, 1).b);
+    test::WriteFile(Path("cut.mul"), Text("ab"));
+    test::WriteFile(Path("whole.idx"), Bytes{}.record(0, 4, 2).b);
+    test::WriteFile(Path("whole.mul"), Text("abzz"));
     {
         const WarningWatch warnings;
-        EXPECT_TRUE(CompareArt());
-        ExpectBlock(kArt, 2, -1, 102);
+        EXPECT_TRUE(CompareMUL(Path("cut.mul"), Path("cut.idx"), Path("whole.mul"), Path("whole.idx"), kArt));
+        ExpectBlock(kArt, 0, 4, 2, Text("abzz"));
         EXPECT_EQ(warnings.Texts(),
-                  std::vector<std::string>{Path("base.mul") + ": 1 block reaches past the end of "
-                                                              "the file; the missing bytes were read as zeros."});
+                  std::vector<std::string>{Path("cut.mul") + ": 1 block reaches past the end of "
+                                                             "the file; the missing bytes were read as zeros."});
     }
     // A record at a negative position fails at block 2: block 1 stays
     // stored, and Count says so.
