@@ -58,6 +58,12 @@ public:
     size_t Read(uint8_t* out, size_t count) override;
     int64_t Left() const { return left_; }
     bool Noted() const { return noted_; }
+    // The block was read some other way, and cut by the end of its file.
+    void NoteShort() {
+        if (noted_) return;
+        noted_ = true;
+        notes_->ShortBlock();
+    }
 
 private:
     ByteSource* from_ = nullptr;

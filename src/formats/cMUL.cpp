@@ -183,6 +183,18 @@ ByteSource& cMUL::cDataAgain() {
     return data_;
 }
 
+const uint8_t* cMUL::cView(ByteArray& spare) {
+    if (lastSize_ <= 0) return nullptr;
+    CheckBlockFitsInMemory(lastSize_);
+    const auto size = static_cast<size_t>(lastSize_);
+    if (int64_t{lastPosition_} + lastSize_ > mulLength_) data_.NoteShort();
+    if (lastPosition_ >= mulLength_) {
+        spare.assign(size, 0);
+        return spare.data();
+    }
+    return mulWindow_.View(mul_, lastPosition_, size, spare);
+}
+
 int64_t cMUL::cBlocksIn(int64_t First, int64_t Last) {
     if (MULFile == 0 || First > Last) return 0;
     if (ConstantIndex > 0) {

@@ -51,6 +51,11 @@ public:
     // The bytes of the block last read by cLoadHead once more, from their
     // start (a block cut by the end of its file is not noted twice).
     ByteSource& cDataAgain();
+    // The bytes of the block last read by cLoadHead, held whole, without a
+    // copy where the read window holds them (else in spare): for a walk that
+    // only looks at small blocks. Valid until the next call on this object or
+    // a change of spare. Throws a Failure for a Size too large to hold.
+    const uint8_t* cView(ByteArray& spare);
     // How many blocks with bytes the file holds among numbers First..Last:
     // index records of a Size above 0 in pair mode, blocks that begin before
     // the end of the file in constant-size mode.

@@ -24,15 +24,19 @@ constexpr const char* kNotCompared = "they were not compared";
 struct CompareBuffers {
     ByteArray base;
     ByteArray altered;
+    ByteArray group;  // a Hues group, held whole to be converted
     ByteArray hues;
 };
+
+// Blocks up to this size are compared where the read windows hold them;
+// larger ones a piece of this size at a time, never held whole.
+constexpr int64_t kPiece = 1 << 16;
 
 // Whether the next Size bytes of both sides are the same, compared a piece at
 // a time: no block is held whole, however large.
 bool SameBytesFrom(ByteSource& base, ByteSource& altered, int64_t Size, CompareBuffers& buffers) {
-    constexpr int64_t kPiece = 1 << 16;
-    buffers.base.resize(static_cast<size_t>(std::min(Size, kPiece)));
-    buffers.altered.resize(buffers.base.size());
+    if (buffers.base.size() < kPiece) buffers.base.resize(kPiece);  // once: the arrays keep their size
+    if (buffers.altered.size() < kPiece) buffers.altered.resize(kPiece);
     for (int64_t left = Size; left > 0;) {
         const auto piece = static_cast<size_t>(std::min(left, kPiece));
         base.Read(buffers.base.data(), piece);
@@ -41,6 +45,14 @@ bool SameBytesFrom(ByteSource& base, ByteSource& altered, int64_t Size, CompareB
         left -= static_cast<int64_t>(piece);
     }
     return true;
+}
+
+// Whether the blocks both objects last read, of the same Size, are the same.
+bool SameBlocks(cMUL& base, cMUL& altered, int32_t Size, CompareBuffers& buffers) {
+    if (Size > kPiece) return SameBytesFrom(base.cData(), altered.cData(), Size, buffers);
+    const uint8_t* one = base.cView(buffers.base);
+    const uint8_t* two = altered.cView(buffers.altered);
+    return std::memcmp(one, two, static_cast<size_t>(Size)) == 0;
 }
 
 // Walks First..Last (inclusive) on both open objects, reading index Block -
@@ -59,15 +71,14 @@ void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int3
         const int32_t size2 = altered.cLoadHead(index, extra2);
         // An equal block leaves its slot alone, whatever the patch holds there;
         // the extra words take no part in the decision.
-        const bool differs =
-            size1 != size2 || (size1 > 0 && !SameBytesFrom(base.cData(), altered.cData(), size1, buffers));
+        const bool differs = size1 != size2 || (size1 > 0 && !SameBlocks(base, altered, size1, buffers));
         if (differs) {
             if (size2 < 1) {
                 StoreBlock(FileID, number, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
             } else if (FileID == kHuesFileID) {
-                buffers.altered.resize(static_cast<size_t>(size2));  // a group of the type's constant size
-                altered.cDataAgain().Read(buffers.altered.data(), buffers.altered.size());
-                StoreMULBlock(FileID, number, size2, extra2, buffers.altered, buffers.hues);
+                buffers.group.resize(static_cast<size_t>(size2));  // the type's constant size
+                altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
+                StoreMULBlock(FileID, number, size2, extra2, buffers.group, buffers.hues);
             } else {
                 StoreBlockFrom(FileID, number, size2, extra2, altered.cDataAgain());
             }
