@@ -53,6 +53,7 @@ public:
     explicit ModelReader(const ByteArray& file, int64_t start = 0) : file_(file), pos_(start) {}
     size_t Read(uint8_t* out, size_t count);
     int64_t Remaining() const { return pos_ < Size() ? Size() - pos_ : 0; }
+    void Skip(int64_t count) { pos_ += count; }
     int64_t Position() const { return pos_; }
     int64_t Size() const { return static_cast<int64_t>(file_.size()); }
 
@@ -68,8 +69,18 @@ struct ExpectedSlot {
     int32_t Size = 0;
     int32_t Extra = 0;
     bool HasData = false;  // Offset 1 or more with these bytes; else Offset 0
-    ByteArray Bytes;
+    ByteArray Bytes;       // the block's first bytes; zeros for the rest of its Size
 };
+
+// What a file holds of count bytes from position on: the bytes that lie in
+// it (none past its end). A block that passes through is these and zeros.
+ByteArray BytesIn(const ByteArray& file, int64_t position, int64_t count);
+// Whether two blocks of Size bytes, each its first bytes and zeros, are equal.
+bool SameBlock(const ByteArray& one, const ByteArray& two, int64_t Size);
+// The text of the DataFile's 2 GB limit, shown once when a block passes it.
+extern const char* const kScratchFullText;
+
+struct ExpectedEnd;
 
 // The patch as a loader should leave it, built by the writer's pattern: the
 // newest store of a FileID and Block wins, a store into a slot that the table
@@ -79,6 +90,11 @@ public:
     ExpectedPatch();
     // False when the slot does not exist (the loader's failure path).
     bool Store(int FileID, int64_t Block, int32_t Size, int32_t Extra, const uint8_t* data);
+    // A block that passes through into the DataFile: First its first bytes,
+    // zeros for the rest of Size. False where the store fails: no such slot,
+    // or the DataFile's 2 GB limit, which also shows its message (in end).
+    bool StoreStreamed(int FileID, int64_t Block, int32_t Size, int32_t Extra, const ByteArray& First,
+                       ExpectedEnd& end);
     static bool SlotExists(int FileID, int64_t Block);
 
     std::map<std::pair<int, int32_t>, ExpectedSlot> Slots;  // by FileID, then Block
@@ -89,7 +105,7 @@ public:
 // How the model says the call ends.
 struct ExpectedEnd {
     bool Failed = false;      // the procedure logs one line and ends
-    bool Recounted = false;   // Count was recomputed (of RecountFileID, or all types when -1)
+    bool Recounted = false;   // Count was recomputed (of RecountFileID, or all types when -1), after a stop too
     int RecountFileID = -1;
     std::vector<std::string> Messages;
 };
@@ -104,6 +120,10 @@ void ResetPatch(const ExpectedPatch* verified = nullptr);
 // Both.
 void CheckPatch(const ExpectedPatch& expected, const ExpectedEnd& end, const Observed& seen,
                 const std::string& Procedure);
+
+// Whether the model holds a block above the limit of what may be held whole
+// (base/BlockLimit.h): too large for a check that builds the file in memory.
+bool HoldsHugeBlock(const ExpectedPatch& patch);
 
 // The message for a block beyond its type, as the loaders show it.
 std::string IllegalBlockText(int FileID, int32_t Block);

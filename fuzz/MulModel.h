@@ -12,7 +12,13 @@ namespace quillet::fuzz {
 struct MulBlock {
     int32_t Size = 0;
     int32_t Extra = 0;
-    ByteArray Bytes;  // Size bytes when Size is above 0, else what it held
+    ByteArray Bytes;  // what the MUL file has of the block (zeros for the rest of Size), else what it held
+    // The whole block, zeros and all (a Hues group, held whole to be converted).
+    ByteArray Whole() const {
+        ByteArray whole = Bytes;
+        whole.resize(static_cast<size_t>(Size), 0);
+        return whole;
+    }
 };
 
 class MulModel {
@@ -20,10 +26,10 @@ public:
     MulModel(const ByteArray& idx, const ByteArray& mul, int32_t constantIndex, int32_t offset)
         : idx_(idx), mul_(mul), constantIndex_(constantIndex), offset_(offset) {}
 
-    // Into block (whose array is reused); false where cLoad fails: a record
-    // position or block position that overflows 32 bits or is negative, and
-    // a Size larger than the whole MUL file (it cannot be a block of it, and
-    // is never allocated).
+    // Into block (whose array is reused); false where cMUL fails: a record
+    // position or block position that overflows 32 bits or is negative. A
+    // block that reaches past the end of the MUL file is what is there and
+    // zeros; it passes through a piece at a time, so no Size is too large.
     bool Load(int64_t index, MulBlock& block) const {
         int64_t position = 0;
         if (constantIndex_ < 1) {
@@ -43,9 +49,7 @@ public:
         }
         if (block.Size > 0) {
             if (position < 0) return false;
-            if (constantIndex_ < 1 && block.Size > static_cast<int64_t>(mul_.size())) return false;
-            block.Bytes.resize(static_cast<size_t>(block.Size));
-            ModelReader(mul_, position).Read(block.Bytes.data(), block.Bytes.size());
+            block.Bytes = BytesIn(mul_, position, block.Size);
         }
         return true;
     }

@@ -13,22 +13,22 @@
 namespace quillet::fuzz {
 namespace {
 
-bool Walk(const MulModel& base, const MulModel& altered, ExpectedPatch& patch, int FileID, int64_t First,
-          int64_t Last, int64_t IndexBase) {
+bool Walk(const MulModel& base, const MulModel& altered, ExpectedPatch& patch, ExpectedEnd& end, int FileID,
+          int64_t First, int64_t Last, int64_t IndexBase) {
     MulBlock one;
     MulBlock two;
     for (int64_t block = First; block <= Last; ++block) {
         if (!base.Load(block - IndexBase, one) || !altered.Load(block - IndexBase, two)) return false;
-        const bool differs = one.Size != two.Size || (one.Size > 0 && one.Bytes != two.Bytes);
+        const bool differs = one.Size != two.Size || (one.Size > 0 && !SameBlock(one.Bytes, two.Bytes, one.Size));
         if (!differs) continue;
         bool stored = false;
         if (two.Size < 1) {
             stored = patch.Store(FileID, block, two.Size, two.Extra, nullptr);
         } else if (FileID == 32) {
-            const ByteArray hues = VerdataHues(two.Bytes);
+            const ByteArray hues = VerdataHues(two.Whole());
             stored = patch.Store(FileID, block, 1220, two.Extra, hues.data());
         } else {
-            stored = patch.Store(FileID, block, two.Size, two.Extra, two.Bytes.data());
+            stored = patch.StoreStreamed(FileID, block, two.Size, two.Extra, two.Bytes, end);
         }
         if (!stored) return false;
     }
@@ -36,26 +36,24 @@ bool Walk(const MulModel& base, const MulModel& altered, ExpectedPatch& patch, i
 }
 
 void ModelCompare(const CompareArgs& args, int FileID, ExpectedPatch& patch, ExpectedEnd& end) {
+    // The type's Count is recomputed however the walk ends, after a stop too.
+    end.Recounted = true;
+    end.RecountFileID = FileID;
     bool ok = true;
     if (FileID == 30) {
         for (const TileSection& section : {kLandSection, kStaticSection}) {
             const MulModel base(args.Idx1, args.Mul1, section.BlockSize, section.Start);
             const MulModel altered(args.Idx2, args.Mul2, section.BlockSize, section.Start);
-            ok = Walk(base, altered, patch, FileID, section.First, section.Last, section.First);
+            ok = Walk(base, altered, patch, end, FileID, section.First, section.Last, section.First);
             if (!ok) break;
         }
     } else {
         const FileTypeRec& type = FileTypes[FileID];
         const MulModel base(args.Idx1, args.Mul1, type.ConstantIndex, 0);
         const MulModel altered(args.Idx2, args.Mul2, type.ConstantIndex, 0);
-        ok = Walk(base, altered, patch, FileID, 0, type.NbrOfBlocks, 0);
+        ok = Walk(base, altered, patch, end, FileID, 0, type.NbrOfBlocks, 0);
     }
-    if (!ok) {
-        end.Failed = true;
-        return;
-    }
-    end.Recounted = true;
-    end.RecountFileID = FileID;
+    if (!ok) end.Failed = true;
 }
 
 }  // namespace

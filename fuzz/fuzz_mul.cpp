@@ -15,56 +15,55 @@ namespace quillet::fuzz {
 namespace {
 
 // One walked block as the import stores it. False where the store fails.
-bool StoreImported(ExpectedPatch& patch, int FileID, int64_t Block, const MulBlock& block) {
+bool StoreImported(ExpectedPatch& patch, ExpectedEnd& end, int FileID, int64_t Block, const MulBlock& block) {
     if (block.Size <= 0) return patch.Store(FileID, Block, -1, block.Extra, nullptr);
     if (FileID == 32) {
-        const ByteArray hues = VerdataHues(block.Bytes);
+        const ByteArray hues = VerdataHues(block.Whole());
         return patch.Store(FileID, Block, 1220, block.Extra, hues.data());
     }
-    return patch.Store(FileID, Block, block.Size, block.Extra, block.Bytes.data());
+    return patch.StoreStreamed(FileID, Block, block.Size, block.Extra, block.Bytes, end);
 }
 
 // Walks First..Last reading index Block - IndexBase. False on a failure.
-bool Walk(const MulModel& mul, ExpectedPatch& patch, int FileID, int64_t First, int64_t Last, int64_t IndexBase) {
+bool Walk(const MulModel& mul, ExpectedPatch& patch, ExpectedEnd& end, int FileID, int64_t First, int64_t Last,
+          int64_t IndexBase) {
     MulBlock loaded;
     for (int64_t block = First; block <= Last; ++block) {
         if (!mul.Load(block - IndexBase, loaded)) return false;
         if (loaded.Size == -2) return true;  // the walk ends here
-        if (!StoreImported(patch, FileID, block, loaded)) return false;
+        if (!StoreImported(patch, end, FileID, block, loaded)) return false;
     }
     return true;
 }
 
 void ModelLoadMUL(const MulLoadArgs& args, int FileID, int32_t ToBlock, ExpectedPatch& patch, ExpectedEnd& end) {
+    // The type's Count is recomputed however the walk ends, after a stop too.
+    end.Recounted = true;
+    end.RecountFileID = FileID;
     const FileTypeRec& type = FileTypes[FileID];
     const MulModel mul(args.Idx, args.Mul, type.ConstantIndex, 0);
     const int64_t last = std::min<int64_t>(ToBlock, type.NbrOfBlocks);
-    if (!Walk(mul, patch, FileID, args.FromBlock, last, 0)) {
-        end.Failed = true;
-        return;
-    }
-    end.Recounted = true;
-    end.RecountFileID = FileID;
+    if (!Walk(mul, patch, end, FileID, args.FromBlock, last, 0)) end.Failed = true;
 }
 
 void ModelLoadTiledata(const MulLoadArgs& args, int32_t ToBlock, ExpectedPatch& patch, ExpectedEnd& end) {
+    end.Recounted = true;
+    end.RecountFileID = 30;
     if (args.FromBlock < kStaticSection.First) {
         const MulModel land(args.Idx, args.Mul, kLandSection.BlockSize, kLandSection.Start);
-        if (!Walk(land, patch, 30, args.FromBlock, std::min(ToBlock, kLandSection.Last), kLandSection.First)) {
+        if (!Walk(land, patch, end, 30, args.FromBlock, std::min(ToBlock, kLandSection.Last), kLandSection.First)) {
             end.Failed = true;
             return;
         }
     }
     if (ToBlock >= kStaticSection.First) {
         const MulModel statics(args.Idx, args.Mul, kStaticSection.BlockSize, kStaticSection.Start);
-        if (!Walk(statics, patch, 30, kStaticSection.First, std::min(ToBlock, kStaticSection.Last),
+        if (!Walk(statics, patch, end, 30, kStaticSection.First, std::min(ToBlock, kStaticSection.Last),
                   kStaticSection.First)) {
             end.Failed = true;
             return;
         }
     }
-    end.Recounted = true;
-    end.RecountFileID = 30;
 }
 
 }  // namespace

@@ -23,12 +23,17 @@ void ReadOver(ModelReader& reader, int32_t& field) {
 }
 
 void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
+    // Every way out of a file that exists recounts, a stop too.
+    end.Recounted = true;
     ModelReader reader(file);
     uint8_t head[12];
     reader.Read(head, sizeof head);
     const uint8_t version = head[3];
     const int32_t total = LoadI32(head + 4);
-    if (version != 4 && version != 5) return;
+    if (version != 4 && version != 5) {  // no UOP patch file this program reads: a failure that names it
+        end.Failed = true;
+        return;
+    }
     if (version == 5) {
         uint8_t toolName[10];
         reader.Read(toolName, sizeof toolName);
@@ -37,7 +42,7 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
     // repeats its last entry, with zero bytes as the data.
     uint8_t id = 0;
     int32_t block = 0, size = 0, extra = 0;
-    ByteArray data;
+    ByteArray first;  // what the file holds of an entry's bytes; zeros for the rest
     for (int32_t entry = 0; entry < total; ++entry) {
         const bool pastEnd = reader.Remaining() <= 0;
         uint8_t b = 0;
@@ -45,14 +50,9 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
         ReadOver(reader, block);
         ReadOver(reader, size);
         ReadOver(reader, extra);
-        if (size > 0) {
-            if (size > reader.Size()) {  // no entry of this file can hold it
-                end.Failed = true;
-                return;
-            }
-            data.assign(static_cast<size_t>(size), 0);
-            reader.Read(data.data(), data.size());
-        }
+        // The bytes pass into the DataFile: what the file has, zeros for the rest.
+        first = size > 0 ? BytesIn(file, reader.Position(), size) : ByteArray();
+        if (size > 0) reader.Skip(size);
         bool dropped = false;
         if (block > FileTypes[id].NbrOfBlocks) {
             end.Messages.push_back(IllegalBlockText(id, block));
@@ -60,13 +60,12 @@ void ModelLoadUOP(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatc
         }
         if (id < args.FromFileID || id > args.ToFileID || block < args.FromBlock || block > args.ToBlock || id >= 252)
             dropped = true;
-        if (!dropped && !patch.Store(id, block, size, extra, data.data())) {
+        if (!dropped && !patch.StoreStreamed(id, block, size, extra, first, end)) {
             end.Failed = true;
             return;
         }
         if (pastEnd) break;
     }
-    end.Recounted = true;
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,69 +29,67 @@ struct Entry {
     ByteArray Data;    // Size bytes when Size is above 0
 };
 
-struct OldFile {
-    bool IndexFits = false;
-    std::vector<Entry> Entries;  // the entries that can be read, from the first on
-    bool AllReadable = false;    // else reading entry Entries.size() fails
-};
-
-OldFile ReadOldFile(const ByteArray& file) {
-    OldFile old;
-    const int64_t fileSize = static_cast<int64_t>(file.size());
-    const int32_t count = LoadI32(BytesAt(file, 0, 4).data());
-    old.IndexFits = count == 0 || (count > 0 && 4 + 20 * int64_t{count} <= fileSize);
-    if (!old.IndexFits) return old;
-    for (int32_t index = 0; index < count; ++index) {
-        const ByteArray raw = BytesAt(file, 4 + 20 * int64_t{index}, 20);
-        const int32_t fileId = LoadI32(raw.data());
-        const int32_t position = LoadI32(raw.data() + 8);
-        const int32_t size = LoadI32(raw.data() + 12);
-        Entry entry;
-        entry.Block = LoadI32(raw.data() + 4);
-        entry.Extra = LoadI32(raw.data() + 16);
-        if (size > 0) {
-            if (position < 0 || int64_t{position} + size > fileSize) return old;  // bytes outside the file
-            entry.Data = BytesAt(file, position, size);
-        }
-        if (fileId >= 256) {
-            entry.FileID = 255;
-            entry.Size = -1;
-        } else if (fileId < 0) {
-            return old;
-        } else {
-            entry.FileID = static_cast<uint8_t>(fileId);
-            entry.Size = size;
-        }
-        old.Entries.push_back(std::move(entry));
+// Entry index as cVerdata reads it, or nothing where the reading fails: a
+// negative FileID and data at a negative Position. An entry of FileID 256 or more has no data, whatever it
+// says; data and entries past the end of the file read as zeros. Data holds
+// what the file has of the bytes; zeros for the rest of Size.
+std::optional<Entry> ReadEntry(const ByteArray& file, int32_t index) {
+    const ByteArray raw = BytesAt(file, 4 + 20 * int64_t{index}, 20);
+    const int32_t fileId = LoadI32(raw.data());
+    const int32_t position = LoadI32(raw.data() + 8);
+    const int32_t size = LoadI32(raw.data() + 12);
+    Entry entry;
+    entry.Block = LoadI32(raw.data() + 4);
+    entry.Extra = LoadI32(raw.data() + 16);
+    if (fileId >= 256) {
+        entry.FileID = 255;
+        entry.Size = -1;
+        return entry;
     }
-    old.AllReadable = true;
-    return old;
+    if (fileId < 0) return std::nullopt;
+    entry.FileID = static_cast<uint8_t>(fileId);
+    entry.Size = size;
+    if (size > 0) {
+        if (position < 0) return std::nullopt;
+        entry.Data = BytesIn(file, position, size);
+    }
+    return entry;
 }
 
-void ModelLoadVerdata(const OldFile& old, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
-    if (!old.IndexFits) {
+int32_t CountOf(const ByteArray& file) { return LoadI32(BytesAt(file, 0, 4).data()); }
+
+void ModelLoadVerdata(const ByteArray& file, const PatchLoadArgs& args, ExpectedPatch& patch, ExpectedEnd& end) {
+    // Every way out of a file that exists recounts, a stop too.
+    end.Recounted = true;
+    const int32_t count = CountOf(file);
+    // A client's container, or a negative count: no verdata file at all.
+    if (count < 0 || (file.size() >= 4 && std::memcmp(file.data(), "MYP\0", 4) == 0)) {
         end.Failed = true;
         return;
     }
-    for (const Entry& entry : old.Entries) {
-        bool dropped = false;
-        if (entry.Block > FileTypes[entry.FileID].NbrOfBlocks) {
-            end.Messages.push_back(IllegalBlockText(entry.FileID, entry.Block));
-            dropped = true;
-        }
-        if (entry.FileID < args.FromFileID || entry.FileID > args.ToFileID || entry.Block < args.FromBlock ||
-            entry.Block > args.ToBlock)
-            dropped = true;
-        if (!dropped && !patch.Store(entry.FileID, entry.Block, entry.Size, entry.Extra, entry.Data.data())) {
+    for (int32_t index = 0; index < count; ++index) {
+        // Past the end every entry is the zeroed one: one stands for all.
+        const bool pastEnd = 4 + 20 * (int64_t{index} + 1) > static_cast<int64_t>(file.size());
+        const std::optional<Entry> entry = ReadEntry(file, index);
+        if (!entry) {
             end.Failed = true;
             return;
         }
+        bool dropped = false;
+        if (entry->Block > FileTypes[entry->FileID].NbrOfBlocks) {
+            end.Messages.push_back(IllegalBlockText(entry->FileID, entry->Block));
+            dropped = true;
+        }
+        if (entry->FileID < args.FromFileID || entry->FileID > args.ToFileID || entry->Block < args.FromBlock ||
+            entry->Block > args.ToBlock)
+            dropped = true;
+        if (!dropped &&
+            !patch.StoreStreamed(entry->FileID, entry->Block, entry->Size, entry->Extra, entry->Data, end)) {
+            end.Failed = true;
+            return;
+        }
+        if (pastEnd) break;
     }
-    if (!old.AllReadable) {
-        end.Failed = true;
-        return;
-    }
-    end.Recounted = true;
 }
 
 // The old file as ExportVerdata copies it: the entries that the file holds
@@ -155,8 +155,11 @@ ByteArray ExpectedExport(const ExportedOld& old, const ExpectedPatch& patch) {
         w.I32(entry.Extra);
         if (entry.Size > 0) position += entry.Size;
     }
-    for (const Entry& entry : entries)
-        if (entry.Size > 0) w.Bytes(entry.Data.data(), static_cast<size_t>(entry.Size));
+    for (const Entry& entry : entries) {
+        if (entry.Size <= 0) continue;
+        w.Bytes(entry.Data.data(), entry.Data.size());
+        w.Zeros(static_cast<size_t>(entry.Size) - entry.Data.size());
+    }
     return out;
 }
 
@@ -219,10 +222,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     WriteWholeFile(path, file);
 
     Observed& seen = BeginIteration();
-    const OldFile old = ReadOldFile(file);
     ExpectedPatch expected;
     ExpectedEnd end;
-    ModelLoadVerdata(old, args, expected, end);
+    ModelLoadVerdata(file, args, expected, end);
     LoadVerdata(path, args.FromFileID, args.ToFileID, args.FromBlock, args.ToBlock);
     VerifyPatch(expected, end, seen, "mVerdata.LoadVerdata");
 

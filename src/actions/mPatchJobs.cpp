@@ -4,6 +4,7 @@
 #include "actions/mStart.h"
 #include "base/cError.h"
 #include "core/mPatch.h"
+#include "formats/FormatCodes.h"
 #include "formats/cMUO.h"
 #include "formats/mPatchMUO.h"
 #include "support/Services.h"
@@ -15,7 +16,7 @@ Result OpenPatch(const std::string& PatchFilename) {
     PatchDispose();
     PatchNew();
     const Result loaded = LoadPatchFile(PatchFilename);
-    if (watch.Failed()) return Result::Logged(watch.First());
+    if (watch.Failed()) return Result::Logged(watch.First()).WithWarnings(loaded.Warnings());
     return loaded;
 }
 
@@ -32,7 +33,7 @@ Result SavePatch(const std::string& PatchFilename) {
 Result CheckPatchFile(const std::string& PatchFilename) {
     cMUO muo;
     const int32_t code = muo.cOpen(PatchFilename);
-    if (code != 0) return Result::Failed(PatchFilename + ": " + muo.cError(code));
+    if (code != 0) return Result::Failed(SourceFailure(PatchFilename, muo.cError(code), muo.Why));
     muo.cClose();
     return Result::Success();
 }

@@ -14,8 +14,9 @@ namespace quillet {
 // another (a block's bytes during a save), piece by piece and in order, so
 // that no piece needs to be larger than a fixed buffer.
 using ByteSink = std::function<void(const uint8_t* data, size_t count)>;
-// What hands a whole run of bytes to a sink, in as many pieces as it likes.
-using ByteSource = std::function<void(const ByteSink& sink)>;
+// What hands a whole run of bytes to a sink, in as many pieces as it likes
+// (the pushing counterpart of ByteSource below).
+using ByteFeed = std::function<void(const ByteSink& sink)>;
 
 class BinaryFile {
 public:
@@ -56,12 +57,23 @@ private:
     int fd_ = -1;
 };
 
+// Where the bytes of a block come from when they only pass through, a piece
+// at a time (into the scratch DataFile, say), so that no block is ever held
+// whole on its way.
+class ByteSource {
+public:
+    virtual ~ByteSource() = default;
+    // Gives the next count bytes, zeros where the source has ended; answers
+    // how many came from the source.
+    virtual size_t Read(uint8_t* out, size_t count) = 0;
+};
+
 // Sequential reader with a read window. Past the end it gives zeros.
-class FileReader {
+class FileReader : public ByteSource {
 public:
     explicit FileReader(const BinaryFile& file, int64_t start = 0, size_t window = 1 << 16);
     // Reads count bytes into out; answers how many came from the file.
-    size_t Read(uint8_t* out, size_t count);
+    size_t Read(uint8_t* out, size_t count) override;
     void Seek(int64_t position);
     int64_t Position() const { return pos_; }
     int64_t FileSize() const { return size_; }
@@ -109,6 +121,25 @@ private:
     size_t filled_ = 0;  // bytes of buffer_ that came from the file
     int64_t next_ = 0;   // where the last read ended
     int64_t end_ = -1;   // where the file ended at the last fill; -1 if past the window
+};
+
+// The bytes of a file from a position on, through a read window, as a
+// ByteSource.
+class WindowSource : public ByteSource {
+public:
+    WindowSource(const BinaryFile& file, ReadWindow& window, int64_t position)
+        : file_(file), window_(window), position_(position) {}
+    size_t Read(uint8_t* out, size_t count) override {
+        const size_t got = window_.Read(file_, position_, out, count);
+        position_ += static_cast<int64_t>(count);
+        return got;
+    }
+    void Seek(int64_t position) { position_ = position; }
+
+private:
+    const BinaryFile& file_;
+    ReadWindow& window_;
+    int64_t position_;
 };
 
 // Buffered appending writer starting at a given offset. Any failed write is

@@ -79,7 +79,8 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
          {"import --patch P --muo F [--fileids A-B] [--blocks A-B] [--out FILE]",
           "import --patch P (--uop F | --verdata F) [--fileids A-B] [--blocks A-B] [--out FILE]",
           "import --patch P --type T --mul F [--idx F] [--blocks A-B] [--out FILE]"},
-         {PatchOption(), NoWaitOption(),
+         {PatchOption(),
+          NoWaitOption(),
           {"--muo", "F", "a MUO patch file to merge"},
           {"--uop", "F", "a UOP patch file (version 4 or 5) to merge"},
           {"--verdata", "F", "a verdata.mul to merge"},
@@ -95,8 +96,12 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
          "The import adds to the patch: an entry replaces a block of the same type and number, all other "
          "blocks stay. An entry of a MUO file also sets its type's verdata flag (see flag --help), also when "
          "the limits leave it out. An entry whose block number is beyond its type is left out with a message "
-         "on stderr, and the import goes on. A source that cannot be read as a MUO file is a failure (exit "
-         "status 1) and changes nothing.\n\n"
+         "on stderr, and the import goes on. Sources are only read, never written. A source that cannot be "
+         "read, or is not the kind of file its option names (a client's UOP container given to --uop, a file "
+         "that is not a MUO file given to --muo), is a failure (exit status 1) that names the file, and "
+         "nothing is saved. A source cut short is read as what is there and zeros for the rest; this, blocks "
+         "the client's files hold beyond a type's last block, and a source that gives no block at all are "
+         "told as \"warning:\" lines on stderr with their counts, and the exit status stays 0.\n\n"
          "With --type the import walks block numbers: every block of the range, up to the type's last, is "
          "stored, and a block that the client's files have as empty becomes a present, empty block (Size -1), "
          "so that an export carries the empty block too. An index record of Size -2 ends the walk there. Hues "

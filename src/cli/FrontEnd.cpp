@@ -49,6 +49,10 @@ void InstallFrontEndHooks() {
     };
 }
 
+void PrintWarnings(const std::vector<std::string>& warnings) {
+    for (const std::string& warning : warnings) PrintMessage("warning: " + warning);
+}
+
 int StatusOf(const Result& result) {
     if (result.Ok()) return 0;
     if (!result.WasLogged() && !result.WasShown()) PrintMessage("error: " + result.Text());

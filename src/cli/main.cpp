@@ -8,13 +8,14 @@
 #include <string>
 #include <vector>
 
+#include "base/Warnings.h"
 #include "base/cError.h"
 #include "cli/Commands.h"
 #include "cli/FrontEnd.h"
 #include "cli/Session.h"
 #include "core/mMuls.h"
-#include "support/Services.h"
 #include "core/mPatch.h"
+#include "support/Services.h"
 
 namespace {
 
@@ -34,6 +35,10 @@ const std::string kGeneralUsage = "usage: quillet-cli COMMAND [OPTIONS]   (quill
 
 int RunCommand(const CommandSpec& entry, const std::vector<std::string>& args) {
     const std::string prefix = "quillet-cli " + entry.name;
+    // What the command's jobs went on past is told once, after it, whatever
+    // its outcome: the exit status does not change for a warning.
+    const WarningWatch warnings;
+    int status = kFailed;
     try {
         const bool help = std::find(args.begin(), args.end(), "--help") != args.end() ||
                           std::find(args.begin(), args.end(), "-h") != args.end();
@@ -46,8 +51,8 @@ int RunCommand(const CommandSpec& entry, const std::vector<std::string>& args) {
         // A failure that the library logs fails the command, whatever its
         // own answer was.
         const FailureWatch failures;
-        const int status = entry.run(context);
-        return failures.Failed() && status == kSuccess ? kFailed : status;
+        status = entry.run(context);
+        if (failures.Failed() && status == kSuccess) status = kFailed;
     } catch (const UsageError& e) {
         return UsageFailure(prefix, e.what(), UsageLines(entry));
     } catch (const CommandError& e) {
@@ -55,7 +60,8 @@ int RunCommand(const CommandSpec& entry, const std::vector<std::string>& args) {
     } catch (const std::exception& e) {
         PrintMessage(std::string("error: ") + e.what());
     }
-    return kFailed;
+    PrintWarnings(warnings.Texts());
+    return status;
 }
 
 }  // namespace

@@ -94,6 +94,42 @@ int32_t Datafile_Write(DatafileHandle& handle, const uint8_t* data, size_t size)
     return static_cast<int32_t>(start + 1);
 }
 
+int32_t Datafile_Append(DatafileHandle& handle, ByteSource& Source, int64_t Size, int64_t* FromSource) {
+    constexpr const char* kFailed =
+        "Writing the patch's scratch file failed (is the disk full?): the block was not stored.";
+    if (!handle.IsOpen()) FailAndTell(handle, "The patch's scratch file is not open: the block was not stored.");
+    if (handle.broken) FailAndTell(handle, kFailed);
+    const int64_t start = handle.Size();
+    if (Size < 0 || start + Size > kDatafileLimit)
+        FailAndTell(handle, "The patch's scratch file would pass 2147483647 bytes: the block was not stored.");
+    int64_t left = Size;
+    int64_t real = 0;
+    bool ended = false;  // the source has nothing more: the rest is zeros
+    while (left > 0) {
+        if (ended && left >= static_cast<int64_t>(kBufferSize)) {
+            // A hole reads as zeros, costs no disk, and is made at once.
+            if (!Datafile_Flush(handle) || !handle.file.Truncate(handle.flushed + left)) {
+                handle.broken = true;
+                FailAndTell(handle, kFailed);
+            }
+            handle.flushed += left;
+            break;
+        }
+        if (handle.pending.size() >= kBufferSize && !Datafile_Flush(handle)) FailAndTell(handle, kFailed);
+        const size_t at = handle.pending.size();
+        const auto piece = static_cast<size_t>(std::min<int64_t>(left, static_cast<int64_t>(kBufferSize - at)));
+        handle.pending.resize(at + piece);  // zeros, where the source has ended
+        if (!ended) {
+            const size_t got = Source.Read(handle.pending.data() + at, piece);
+            real += static_cast<int64_t>(got);
+            ended = got < piece;
+        }
+        left -= static_cast<int64_t>(piece);
+    }
+    if (FromSource) *FromSource = real;
+    return static_cast<int32_t>(start + 1);
+}
+
 void Datafile_ReadThrough(DatafileHandle& handle, ReadWindow& window, int32_t Offset, int32_t Size, uint8_t* out) {
     if (Offset < 1 || Size < 1) Fail(kSubscript);
     // After a failed write some stored blocks lost their bytes: reading any

@@ -49,6 +49,15 @@ int32_t Datafile_Write(DatafileHandle& handle, const uint8_t* data, size_t size)
 inline int32_t Datafile_Write(DatafileHandle& handle, const ByteArray& bytes) {
     return Datafile_Write(handle, bytes.data(), bytes.size());
 }
+// Appends Size bytes taken from Source a piece at a time, and answers their
+// 1-based Offset: a block that only passes through on its way into the
+// DataFile is never held whole. The pieces are read straight into the
+// handle's buffer, the one copy they take. Where Source ends, the rest of the
+// block is zeros, and a long run of them becomes a hole in the file (no disk
+// and no writing). FromSource, if given, receives how many bytes came from
+// Source. Fails as Datafile_Write fails; a failure part-way leaves the
+// handle broken, so that nothing is ever stored over a partial block.
+int32_t Datafile_Append(DatafileHandle& handle, ByteSource& Source, int64_t Size, int64_t* FromSource = nullptr);
 // Resizes ByteArray to Size and fills it from Offset. Offset and Size must be 1 or more.
 // Fails (throws) when the file lost bytes to a failed write or is shorter
 // than the block: a block is never read back as zeros it did not have.

@@ -83,6 +83,15 @@ void StoreBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, const ui
     slot.Offset = offset;
 }
 
+void StoreBlockFrom(int FileID, int32_t Block, int32_t Size, int32_t Extra, ByteSource& Source) {
+    PatchBlock& slot = Slot(FileID, Block);
+    // The bytes go first, so a failed write leaves the slot as it was.
+    const int32_t offset = Size < 1 ? 0 : Datafile_Append(DataFileHandle, Source, Size);
+    slot.Size = Size;
+    slot.Extra = Extra;
+    slot.Offset = offset;
+}
+
 ByteArray ReadBlockBytes(int FileID, int32_t Block) {
     ByteArray bytes;
     const PatchBlock& slot = Slot(FileID, Block);

@@ -55,6 +55,10 @@ inline void StoreBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, c
     StoreBlock(FileID, Block, Size, Extra, data.data());
 }
 
+// The same with the bytes taken from Source a piece at a time
+// (Datafile_Append): a block that only passes through is never held whole.
+void StoreBlockFrom(int FileID, int32_t Block, int32_t Size, int32_t Extra, ByteSource& Source);
+
 // Checked slot access.
 PatchBlock& Slot(int FileID, int64_t Block);
 

@@ -41,6 +41,15 @@ void MsgBox(const std::string& text) {
     if (Hooks().message) Hooks().message(text);
 }
 
+void MsgBoxWarning(const std::string& text) {
+    ++gMessagesShown;
+    gLastMessage = text;
+    if (Hooks().warning)
+        Hooks().warning(text);
+    else if (Hooks().message)
+        Hooks().message(text);
+}
+
 int64_t MessagesShown() { return gMessagesShown; }
 
 const std::string& LastMessage() { return gLastMessage; }

@@ -18,6 +18,9 @@ struct WaitHooks {
     std::function<void()> doEvents;
     // A message box with the information icon, titled with the application's title.
     std::function<void(const std::string& text)> message;
+    // The same with the warning icon, for what went wrong or was gone on
+    // past; without it such a message goes to `message`.
+    std::function<void(const std::string& text)> warning;
 };
 
 // Progress of the running long operation, 0 to 100.
@@ -30,7 +33,9 @@ void Wait_Start(const std::string& text);
 void Wait_Stop();
 void DoEvents();
 void MsgBox(const std::string& text);
-// How many messages MsgBox has shown in this run: a caller can tell whether
+// A message box with the warning icon (the `warning` hook, else `message`).
+void MsgBoxWarning(const std::string& text);
+// How many messages MsgBox and MsgBoxWarning have shown in this run: a caller can tell whether
 // a procedure that failed has told the user already.
 int64_t MessagesShown();
 // The text of the last of them ("" before the first).

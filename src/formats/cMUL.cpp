@@ -7,7 +7,9 @@
 #include <cstring>
 #include <limits>
 
+#include "base/BlockLimit.h"
 #include "base/Checked.h"
+#include "formats/FormatCodes.h"
 
 namespace quillet {
 namespace {
@@ -22,13 +24,19 @@ int32_t NewFileNumber() {
     return last;
 }
 
-// Binary mode: read and write at any position, a missing file created empty.
-// A file we may only read (the client on a read-only mount) still opens, for
-// reading; a cSave on it then fails.
-bool OpenBinary(BinaryFile& file, const std::string& path) {
-    if (path.empty()) return false;
-    if (::access(path.c_str(), F_OK) != 0) return file.Open(path, BinaryFile::Mode::Create);
-    return file.Open(path, BinaryFile::Mode::ReadWrite) || file.Open(path, BinaryFile::Mode::Read);
+// The client's files are read, never written, by every procedure of the
+// program: they are opened for reading only, so that neither a read-only
+// file nor the client on a read-only mount stands in the way, and nothing
+// can change them. A missing file is no file to read.
+void OpenForReading(BinaryFile& file, const std::string& path, std::string& why) {
+    if (path.empty()) {
+        why = "No file was named.";
+    } else if (!file.Open(path, BinaryFile::Mode::Read)) {
+        why = path + ": " + OpenFailureWhy(path);
+    } else {
+        return;
+    }
+    Fail("Unable to open " + path);
 }
 
 }  // namespace
@@ -49,6 +57,7 @@ std::string cMUL::cError(int32_t ErrNumber) const {
 void cMUL::CloseFiles() {
     idx_.Close();
     mul_.Close();
+    writable_ = false;
     idxWindow_.Reset();
     mulWindow_.Reset();
     mulLength_ = 0;
@@ -65,10 +74,14 @@ int32_t cMUL::cOpen(const std::string& IDXFilename, const std::string& MULFilena
         // constant-size mode lets its MUL file go and opens the new one.
         CloseFiles();
         MULFile = 0;
-        if (!OpenBinary(mul_, MULFilename)) Fail("Unable to open " + MULFilename);
+        Why.clear();
+        OpenForReading(mul_, MULFilename, Why);
+        mulName_ = MULFilename;
         MULFile = NewFileNumber();
         if (ConstantIndex < 1) {
-            if (!OpenBinary(idx_, IDXFilename)) Fail("Unable to open " + IDXFilename);
+            OpenForReading(idx_, IDXFilename, Why);
+            idxName_ = IDXFilename;
+            idxNotes_.Start(IDXFilename);
             IDXFile = NewFileNumber();
             Offset = 0;
             // File lengths are 32-bit here: an IDX file of 2 GB or more is
@@ -81,6 +94,8 @@ int32_t cMUL::cOpen(const std::string& IDXFilename, const std::string& MULFilena
         }
         mulLength_ = mul_.Size();
         idxLength_ = idx_.Size();
+        mulNotes_.Start(MULFilename);
+        data_.Start(mulSource_, 0, mulNotes_);
         return 0;
     } catch (...) {
         CloseFiles();
@@ -114,7 +129,7 @@ cMUL::Record cMUL::GetRecord(int32_t IndexNumber) {
         if (at < 0) Fail("Bad record number: index record " + std::to_string(IndexNumber));
         if (at >= idxLength_) return record;  // no need to ask the file
         uint8_t raw[kRecordSize];
-        idxWindow_.Read(idx_, at, raw, sizeof raw);
+        if (idxWindow_.Read(idx_, at, raw, sizeof raw) < sizeof raw) idxNotes_.ShortBlock();
         LeReader fields(raw, sizeof raw);
         record.Position = fields.I32();
         record.Size = fields.I32();
@@ -129,52 +144,81 @@ cMUL::Record cMUL::GetRecord(int32_t IndexNumber) {
 
 // What an index record may ask of us. A block lies at its Position; one that
 // reaches past the end of the MUL file keeps zeros in the missing part, so a
-// short file reads as zeros. A Position below 0 is a seek before the file, a
-// failure. A Size larger than the whole MUL file cannot be a block of it
-// (however the file was cut): allocating it would take up to 2 GB for a
-// damaged or hostile record, so it is a failure for the caller's failure path
-// instead of a read past the end. The memory one block takes is thus never
-// more than the MUL file's length. In constant-size mode the Size is the
-// caller's own ConstantIndex, so a short file gives whole blocks of zeros.
+// short file reads as zeros, and the block is noted for the warning. A
+// Position below 0 is a seek before the file, a failure. In constant-size
+// mode the Size is the caller's own ConstantIndex, so a short file gives
+// whole blocks of zeros.
 cMUL::Record cMUL::BlockRecord(int32_t IndexNumber) {
     const Record record = GetRecord(IndexNumber);
-    if (record.Size > 0) {
-        if (record.Position < 0)
-            Fail("Bad record number: block " + std::to_string(IndexNumber) + " at position " +
-                 std::to_string(record.Position));
-        if (ConstantIndex < 1 && record.Size > mulLength_)
-            Fail("A Size too large to allocate: block " + std::to_string(IndexNumber) + " of " +
-                 std::to_string(record.Size) + " bytes in a MUL file of " + std::to_string(mulLength_));
-    }
+    if (record.Size > 0 && record.Position < 0)
+        Fail("Bad record number: block " + std::to_string(IndexNumber) + " at position " +
+             std::to_string(record.Position));
     return record;
 }
 
-int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
+int32_t cMUL::cLoadHead(int32_t IndexNumber, int32_t& Extra) {
     const Record record = BlockRecord(IndexNumber);
     Extra = record.Extra;
-    if (record.Size > 0) {
-        bytes.resize(static_cast<size_t>(record.Size));
-        if (record.Position >= mulLength_)
-            std::fill(bytes.begin(), bytes.end(), uint8_t{0});  // wholly past the end
-        else
-            mulWindow_.Read(mul_, record.Position, bytes.data(), bytes.size());
-    }
+    lastPosition_ = record.Position;
+    lastSize_ = record.Size;
+    mulSource_.Seek(record.Position);
+    data_.Start(mulSource_, record.Size, mulNotes_);
     return record.Size;
 }
 
-int32_t cMUL::cLoadView(int32_t IndexNumber, int32_t& Extra, const uint8_t*& data, ByteArray& spare) {
-    const Record record = BlockRecord(IndexNumber);
-    Extra = record.Extra;
-    if (record.Size > 0) {
-        const auto size = static_cast<size_t>(record.Size);
-        if (record.Position >= mulLength_) {
-            spare.assign(size, 0);
-            data = spare.data();
-        } else {
-            data = mulWindow_.View(mul_, record.Position, size, spare);
-        }
+int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
+    const int32_t size = cLoadHead(IndexNumber, Extra);
+    if (size > 0) {
+        CheckBlockFitsInMemory(size);
+        bytes.resize(static_cast<size_t>(size));
+        data_.Read(bytes.data(), bytes.size());
     }
-    return record.Size;
+    return size;
+}
+
+ByteSource& cMUL::cDataAgain() {
+    const bool noted = data_.Noted();  // the first reading may have stopped before the end
+    mulSource_.Seek(lastPosition_);
+    data_.Start(mulSource_, lastSize_, mulNotes_, noted);
+    return data_;
+}
+
+const uint8_t* cMUL::cView(ByteArray& spare) {
+    if (lastSize_ <= 0) return nullptr;
+    CheckBlockFitsInMemory(lastSize_);
+    const auto size = static_cast<size_t>(lastSize_);
+    if (int64_t{lastPosition_} + lastSize_ > mulLength_) data_.NoteShort();
+    if (lastPosition_ >= mulLength_) {
+        spare.assign(size, 0);
+        return spare.data();
+    }
+    return mulWindow_.View(mul_, lastPosition_, size, spare);
+}
+
+int64_t cMUL::cBlocksIn(int64_t First, int64_t Last) {
+    if (MULFile == 0 || First > Last) return 0;
+    if (ConstantIndex > 0) {
+        // Blocks whose first byte lies in the file.
+        const int64_t inFile = mulLength_ > Offset ? (mulLength_ - Offset + ConstantIndex - 1) / ConstantIndex : 0;
+        return std::max<int64_t>(0, std::min(Last, inFile - 1) - First + 1);
+    }
+    int64_t blocks = 0;
+    const int64_t last = std::min<int64_t>(Last, BlockTotal - 1);
+    for (int64_t n = std::max<int64_t>(First, 0); n <= last; ++n)
+        if (GetRecord(static_cast<int32_t>(n)).Size > 0) ++blocks;
+    return blocks;
+}
+
+void cMUL::OpenForWriting() {
+    if (writable_) return;
+    BinaryFile mul;
+    BinaryFile idx;
+    if (!mul.Open(mulName_, BinaryFile::Mode::ReadWrite) ||
+        (ConstantIndex < 1 && !idx.Open(idxName_, BinaryFile::Mode::ReadWrite)))
+        Fail("Unable to open " + mulName_ + (ConstantIndex < 1 ? " and " + idxName_ : "") + " for writing");
+    mul_ = std::move(mul);
+    if (ConstantIndex < 1) idx_ = std::move(idx);
+    writable_ = true;
 }
 
 void cMUL::cSave(int32_t IndexNumber, int32_t Extra, const ByteArray& bytes, bool isEmpty) {
@@ -195,6 +239,7 @@ void cMUL::cSave(int32_t IndexNumber, int32_t Extra, const ByteArray& bytes, boo
     }
     record.Extra = Extra;
 
+    OpenForWriting();
     idxWindow_.Reset();
     mulWindow_.Reset();
     if (ConstantIndex < 1) {

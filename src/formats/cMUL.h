@@ -10,6 +10,7 @@
 
 #include "base/BinaryFile.h"
 #include "base/ByteIO.h"
+#include "formats/ReadNotes.h"
 
 namespace quillet {
 
@@ -22,10 +23,11 @@ public:
 
     // constantIndex 0 (or below) opens the pair IDXFilename + MULFilename and
     // ignores nbrOfBlocks and offset; above 0 it opens MULFilename alone, with
-    // nbrOfBlocks blocks of constantIndex bytes from offset on. A missing file
-    // is created empty (binary mode). Answers 0, 500 (could not open), 501
-    // (an IDX file is already open on this object) or 502 (constant size
-    // with nbrOfBlocks below 1).
+    // nbrOfBlocks blocks of constantIndex bytes from offset on. The files are
+    // the client's: they are opened for reading only, and a missing one is
+    // not created. Answers 0, 500 (could not open; Why says why), 501 (an
+    // IDX file is already open on this object) or 502 (constant size with
+    // nbrOfBlocks below 1).
     int32_t cOpen(const std::string& IDXFilename, const std::string& MULFilename, int32_t constantIndex,
                   int32_t nbrOfBlocks, int32_t offset);
     // Answers 0, or 505 if closing failed.
@@ -35,18 +37,34 @@ public:
     // Gives the block's Extra, and for a Size above 0 its bytes in `bytes`
     // (resized to Size); answers Size. For Size 0 or below `bytes` is left as
     // it was. Reads past the end of either file give zeros: an IndexNumber
-    // beyond the IDX file is the zeroed record. Throws a Failure (for the
-    // caller's failure path) for an IndexNumber whose position overflows or is
-    // negative, a block at a negative Position, and a Size that cannot be a
-    // block of this MUL file (see the .cpp).
+    // beyond the IDX file is the zeroed record, and a block (or an index
+    // record) that reaches past the end of its file is what is there and
+    // zeros, told as a warning when the object is done with the file.
+    // Throws a Failure (for the caller's failure path) for an IndexNumber
+    // whose position overflows or is negative, a block at a negative
+    // Position, and a Size too large to hold in memory (base/BlockLimit.h).
     int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes);
-    // cLoad without a copy, for a walk that only looks at the bytes: for a
-    // Size above 0, data points at them, in the read window or in spare,
-    // until the next call on this object or a change of spare.
-    int32_t cLoadView(int32_t IndexNumber, int32_t& Extra, const uint8_t*& data, ByteArray& spare);
+    // cLoad without the bytes; they are then cData's to give, exactly Size
+    // of them (none for a Size of 0 or below), a piece at a time.
+    int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra);
+    ByteSource& cData() { return data_; }
+    // The bytes of the block last read by cLoadHead once more, from their
+    // start (a block cut by the end of its file is not noted twice).
+    ByteSource& cDataAgain();
+    // The bytes of the block last read by cLoadHead, held whole, without a
+    // copy where the read window holds them (else in spare): for a walk that
+    // only looks at small blocks. Valid until the next call on this object or
+    // a change of spare. Throws a Failure for a Size too large to hold.
+    const uint8_t* cView(ByteArray& spare);
+    // How many blocks with bytes the file holds among numbers First..Last:
+    // index records of a Size above 0 in pair mode, blocks that begin before
+    // the end of the file in constant-size mode.
+    int64_t cBlocksIn(int64_t First, int64_t Last);
     // Writes block IndexNumber: in place if it fits where it was, else at the
-    // end of the MUL file; isEmpty marks the record -1/-1. Throws a Failure
-    // for the same bad positions as cLoad and for a failed write.
+    // end of the MUL file; isEmpty marks the record -1/-1. The files are
+    // opened for writing at the first cSave. Throws a Failure for the same bad
+    // positions as cLoad, for files that may not be written and for a failed
+    // write.
     void cSave(int32_t IndexNumber, int32_t Extra, const ByteArray& bytes, bool isEmpty);
     std::string cError(int32_t ErrNumber) const;
 
@@ -56,6 +74,7 @@ public:
     int32_t ConstantIndex = 0;  // as given to cOpen; below 1 is the pair mode; -1 after cClose
     std::string Version = "0.5";
     int32_t Offset = 0;  // start of block 0 in constant-size mode; 0 in pair mode
+    std::string Why;     // why the last cOpen failed, where known
 
 private:
     struct Record {
@@ -66,11 +85,21 @@ private:
     Record GetRecord(int32_t IndexNumber);
     Record BlockRecord(int32_t IndexNumber);  // GetRecord, with what cLoad refuses refused
     void CloseFiles();
+    void OpenForWriting();
 
     BinaryFile idx_;
     BinaryFile mul_;
+    std::string idxName_;
+    std::string mulName_;
+    bool writable_ = false;
     ReadWindow idxWindow_{1 << 18};
     ReadWindow mulWindow_{1 << 18};
+    WindowSource mulSource_{mul_, mulWindow_, 0};
+    BlockBytes data_;
+    int32_t lastPosition_ = 0;  // of the block last read by cLoadHead
+    int32_t lastSize_ = 0;
+    ReadNotes mulNotes_;
+    ReadNotes idxNotes_{"index record"};
     int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else
     int64_t idxLength_ = 0;  // likewise
 };

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "base/BlockLimit.h"
 #include "base/Checked.h"
 #include "formats/FormatCodes.h"
 
@@ -16,21 +17,30 @@ std::string cMUO::cError(int32_t ErrNumber) const { return PatchFileErrorText(Er
 
 int32_t cMUO::cOpen(const std::string& PatchFilename) {
     if (IsOpen()) return 502;
+    Why.clear();
     if (::access(PatchFilename.c_str(), F_OK) != 0) return 503;
-    // Read and write, as the format has always been opened: a read-only file
-    // or one held by another program fails here.
-    if (!file_.Open(PatchFilename, BinaryFile::Mode::ReadWrite)) return 501;
-    reader_ = std::make_unique<FileReader>(file_);
-    if (!ReadHeader()) {
-        reader_.reset();
-        file_.Close();
+    if (!file_.Open(PatchFilename, BinaryFile::Mode::Read)) {
+        Why = OpenFailureWhy(PatchFilename);
         return 501;
     }
-    if (FileVersion != 1) {
+    reader_ = std::make_unique<FileReader>(file_);
+    const bool whole = ReadHeader();
+    // Another version is told as such even when the strings after it are
+    // cut too: garbage is an unsupported file more than a cut one.
+    const int32_t code = FileVersion != 1 ? 500 : !whole ? 501 : 0;
+    if (code != 0) {
+        if (IsClientContainer(Magic.data(), Magic.size()))
+            Why = kClientContainerWhy;
+        else if (code == 501)
+            Why = "Its header is cut short.";
         reader_.reset();
         file_.Close();
-        return 500;
+        return code;
     }
+    nextEntry_ = reader_->Position();
+    entriesRead_ = 0;
+    notes_.Start(PatchFilename);
+    data_.Start(*reader_, 0, notes_);
     Changed = false;
     return 0;
 }
@@ -113,31 +123,40 @@ int32_t cMUO::cClose() {
         ok = false;
         lastError_ = errno;
     }
+    if (reader_) notes_.Tell();
     reader_.reset();
     writer_.reset();
     Changed = false;
     return ok ? 0 : 506;
 }
 
-bool cMUO::cAtEnd() const { return !reader_ || reader_->Remaining() <= 0; }
+bool cMUO::cAtEnd() const { return !reader_ || nextEntry_ >= reader_->FileSize(); }
 
-int32_t cMUO::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize) {
+int32_t cMUO::cLoadHead(uint8_t& FileID, int32_t& Block, int32_t& Extra, int32_t& ByteArraySize) {
     if (!reader_) Fail("The patch file is not open for reading");
+    reader_->Seek(nextEntry_);
     uint8_t head[16];
-    reader_->Read(head, sizeof head);
+    if (reader_->Read(head, sizeof head) < sizeof head && entriesRead_ < BlockCount)
+        notes_.MissingEntries(BlockCount, entriesRead_, "the rest were read as zeros");
+    ++entriesRead_;
     LeReader fields(head, sizeof head);
     const int32_t fileIdField = fields.I32();
     Block = fields.I32();
     Extra = fields.I32();
     const int32_t size = fields.I32();
-    FileID = ToByte(fileIdField);
     ByteArraySize = size;
+    nextEntry_ = reader_->Position() + (size > 0 ? size : 0);
+    data_.Start(*reader_, size, notes_);
+    FileID = ToByte(fileIdField);
+    return size;
+}
+
+int32_t cMUO::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize) {
+    const int32_t size = cLoadHead(FileID, Block, Extra, ByteArraySize);
     if (size > 0) {
-        if (size > reader_->Remaining())
-            Fail("a Size too large to allocate: " + std::to_string(size) + " bytes, " +
-                 std::to_string(reader_->Remaining()) + " left in the file");
+        CheckBlockFitsInMemory(size);
         bytes.resize(static_cast<size_t>(size));
-        reader_->Read(bytes.data(), bytes.size());
+        data_.Read(bytes.data(), bytes.size());
     }
     return size;
 }
@@ -149,7 +168,7 @@ int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, const ByteArra
     });
 }
 
-int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteSource& source) {
+int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteFeed& source) {
     if (!writer_) Fail("The patch file is not open for writing");
     uint8_t head[16];
     StoreI32(head, FileID);

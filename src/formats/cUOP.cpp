@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/AppInfo.h"
+#include "base/BlockLimit.h"
 #include "base/Checked.h"
 #include "formats/FormatCodes.h"
 
@@ -32,9 +33,12 @@ void cUOP::CloseQuietly() {
 
 int32_t cUOP::cOpen(const std::string& PatchFilename) {
     if (IsOpen()) return 502;
+    Why.clear();
     if (::access(PatchFilename.c_str(), F_OK) != 0) return 503;
-    // Read and write, like the other patch files: a read-only file fails here.
-    if (!file_.Open(PatchFilename, BinaryFile::Mode::ReadWrite)) return 501;
+    if (!file_.Open(PatchFilename, BinaryFile::Mode::Read)) {
+        Why = OpenFailureWhy(PatchFilename);
+        return 501;
+    }
     try {
         fileLength_ = file_.Size();
         reader_ = std::make_unique<FileReader>(file_);
@@ -48,10 +52,16 @@ int32_t cUOP::cOpen(const std::string& PatchFilename) {
         HeaderReserved = fields.I32();
         ToolName = {};
         if (FileVersion == 5) reader_->Read(ToolName.data(), ToolName.size());
-        if (FileVersion != 4 && FileVersion != 5) {
+        if (IsClientContainer(head, sizeof head) || (FileVersion != 4 && FileVersion != 5)) {
+            if (IsClientContainer(head, sizeof head)) Why = kClientContainerWhy;
             CloseQuietly();
             return 500;
         }
+        path_ = PatchFilename;
+        nextEntry_ = reader_->Position();
+        entriesRead_ = 0;
+        notes_.Start(PatchFilename);
+        data_.Start(*reader_, 0, notes_);
         Changed = false;
         return 0;
     } catch (...) {
@@ -111,6 +121,7 @@ int32_t cUOP::cClose() {
     } catch (...) {
         ok = false;
     }
+    if (reader_) notes_.Tell();
     reader_.reset();
     writer_.reset();
     ok = file_.Close() && ok;
@@ -118,9 +129,9 @@ int32_t cUOP::cClose() {
     return ok ? 0 : 506;
 }
 
-bool cUOP::cAtEnd() const { return !reader_ || reader_->Remaining() <= 0; }
+bool cUOP::cAtEnd() const { return !reader_ || nextEntry_ >= fileLength_; }
 
-int32_t cUOP::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize) {
+int32_t cUOP::cLoadHead(uint8_t& FileID, int32_t& Block, int32_t& Extra, int32_t& ByteArraySize) {
     if (!reader_) Fail("The patch file is not open for reading");
     // The head is read over the variables that receive it: the bytes the
     // file still has replace theirs, from the first on; where the file has
@@ -131,7 +142,11 @@ int32_t cUOP::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& 
     StoreI32(head + 5, ByteArraySize);
     StoreI32(head + 9, Extra);
     uint8_t got[kEntryHeadSize];
+    reader_->Seek(nextEntry_);
     const size_t fromFile = reader_->Read(got, sizeof got);
+    if (fromFile < sizeof got && entriesRead_ < BlockCount)
+        notes_.MissingEntries(BlockCount, entriesRead_, "the rest repeat the entry before them, with zeros as bytes");
+    ++entriesRead_;
     std::memcpy(head, got, fromFile);
     LeReader fields(head, sizeof head);
     FileID = fields.U8();
@@ -139,15 +154,17 @@ int32_t cUOP::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& 
     ByteArraySize = fields.I32();
     Extra = fields.I32();
     const int32_t size = ByteArraySize;
+    nextEntry_ = reader_->Position() + (size > 0 ? size : 0);
+    data_.Start(*reader_, size, notes_);
+    return size;
+}
+
+int32_t cUOP::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes, int32_t& ByteArraySize) {
+    const int32_t size = cLoadHead(FileID, Block, Extra, ByteArraySize);
     if (size > 0) {
-        // Data that runs past the end of the file reads as zeros, so a Size up
-        // to the file's own length is taken as it comes; anything larger is no
-        // entry of this file, and allocating it could take 2 GB.
-        if (size > fileLength_)
-            Fail("A Size too large to allocate: " + std::to_string(size) + " bytes in a file of " +
-                 std::to_string(fileLength_));
+        CheckBlockFitsInMemory(size);
         bytes.resize(static_cast<size_t>(size));
-        reader_->Read(bytes.data(), bytes.size());
+        data_.Read(bytes.data(), bytes.size());
     }
     return size;
 }
@@ -155,8 +172,14 @@ int32_t cUOP::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& 
 int32_t cUOP::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
     if (!IsOpen()) Fail("The patch file is not open");
     if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
-    // An opened file takes new entries at its end, as a created one does.
-    if (!writer_) writer_ = std::make_unique<FileWriter>(file_, file_.Size());
+    // An opened file takes new entries at its end, as a created one does;
+    // it was opened for reading, so write access is asked for only now.
+    if (!writer_) {
+        BinaryFile writable;
+        if (!writable.Open(path_, BinaryFile::Mode::ReadWrite)) Fail("Unable to open " + path_ + " for writing");
+        file_ = std::move(writable);
+        writer_ = std::make_unique<FileWriter>(file_, file_.Size());
+    }
     uint8_t head[kEntryHeadSize];
     head[0] = FileID;
     StoreI32(head + 1, Block);

@@ -7,8 +7,10 @@
 #include <cstring>
 #include <limits>
 
+#include "base/BlockLimit.h"
 #include "base/Checked.h"
 #include "base/FilePaths.h"
+#include "formats/FormatCodes.h"
 
 namespace quillet {
 namespace {
@@ -44,14 +46,21 @@ std::string cVerdata::cError(int32_t ErrNumber) const {
     }
 }
 
-int32_t cVerdata::cOpen(const std::string& Filename) {
+int32_t cVerdata::cOpen(const std::string& Filename, Access access) {
     if (IsOpen()) return 502;
+    Why.clear();
     if (::access(Filename.c_str(), F_OK) != 0) return 503;
-    if (!file_.Open(Filename, BinaryFile::Mode::ReadWrite)) return 501;
+    if (!file_.Open(Filename, access == Access::Read ? BinaryFile::Mode::Read : BinaryFile::Mode::ReadWrite)) {
+        Why = OpenFailureWhy(Filename);
+        return 501;
+    }
     fileSize_ = file_.Size();
     uint8_t count[4];
     file_.ReadAt(0, count, sizeof count);  // missing bytes of a short file read as 0
     BlockCount = LeReader(count, sizeof count).I32();
+    container_ = IsClientContainer(count, sizeof count);
+    notes_.Start(Filename);
+    blockData_.Start(blockSource_, 0, notes_);
     reserved_ = 0;
     windowEntries_ = 0;
     blockWindow_.Reset();
@@ -118,6 +127,7 @@ int32_t cVerdata::cClose() {
         ok = false;
         lastError_ = errno;
     }
+    if (!Changed) notes_.Tell();
     index_.reset();
     data_.reset();
     window_.clear();
@@ -134,7 +144,7 @@ int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const Byte
     });
 }
 
-int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteSource& source) {
+int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteFeed& source) {
     if (!IsOpen() || !Changed) return 0;
     // Past the reserved entries the next entry would land on block data.
     if (BlockCount >= reserved_) Fail("More verdata entries than were reserved (" + std::to_string(reserved_) + ")");
@@ -192,10 +202,14 @@ LeReader cVerdata::EntryReader(int32_t Index) {
     return entries;
 }
 
-int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes,
-                        int32_t& ByteArraySize) {
+bool cVerdata::EntryInFile(int32_t Index) const {
+    return Index >= 0 && EntryOffset(Index) + kVerdataEntrySize <= fileSize_;
+}
+
+int32_t cVerdata::cLoadHead(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, int32_t& ByteArraySize) {
     if (!IsOpen() || Index >= BlockCount) return 0;
     if (Index < 0) Fail(kSubscript);
+    if (!EntryInFile(Index)) notes_.MissingEntries(BlockCount, Index, "the rest were read as zeros");
     LeReader entry = EntryReader(Index);
     const int32_t fileId = entry.I32();
     const int32_t block = entry.I32();
@@ -203,20 +217,23 @@ int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t&
     const int32_t size = entry.I32();
     const int32_t extra = entry.I32();
 
-    if (size > 0) {
-        if (position < 0 || int64_t{position} + size > fileSize_)
-            Fail("Verdata entry " + std::to_string(Index) + " has " + std::to_string(size) + " bytes at " +
-                 std::to_string(position) + ", outside a file of " + std::to_string(fileSize_) + " bytes");
-        bytes.resize(static_cast<size_t>(size));
-        blockWindow_.Read(file_, position, bytes.data(), bytes.size());
-    }
+    blockData_.Start(blockSource_, 0, notes_);
     if (fileId >= 256) {
-        // Not a file number of the client: kept as an entry without data.
+        // Not a file number of the client: kept as an entry without data,
+        // whatever its Position and Size say.
         FileID = 255;
         ByteArraySize = -1;
     } else {
         FileID = ToByte(fileId);
         ByteArraySize = size;
+        if (size > 0) {
+            if (position < 0)
+                Fail("Verdata entry " + std::to_string(Index) + " has " + std::to_string(size) + " bytes at position " +
+                     std::to_string(position) + ", before the start of the file");
+            FlushForReading();
+            blockSource_.Seek(position);
+            blockData_.Start(blockSource_, size, notes_);
+        }
     }
     Block = block;
     Extra = extra;
@@ -241,6 +258,23 @@ size_t cVerdata::cReadData(int64_t position, uint8_t* out, size_t count) {
         return before == count ? 0 : cReadData(0, out + before, count - before);
     }
     return blockWindow_.Read(file_, position, out, count);
+}
+
+int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes,
+                        int32_t& ByteArraySize) {
+    const int32_t size = cLoadHead(Index, FileID, Block, Extra, ByteArraySize);
+    if (size > 0) {
+        CheckBlockFitsInMemory(size);
+        bytes.resize(static_cast<size_t>(size));
+        blockData_.Read(bytes.data(), bytes.size());
+    }
+    return size;
+}
+
+std::string cVerdata::NotVerdataWhy() const {
+    if (container_) return kClientContainerWhy;
+    if (BlockCount < 0) return "It counts " + std::to_string(BlockCount) + " entries: it is no verdata file.";
+    return {};
 }
 
 bool cVerdata::IndexFits() const {

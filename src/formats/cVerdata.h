@@ -9,6 +9,7 @@
 
 #include "base/BinaryFile.h"
 #include "base/ByteIO.h"
+#include "formats/ReadNotes.h"
 
 namespace quillet {
 
@@ -24,10 +25,14 @@ public:
 
     std::string Version = "0.5";
 
-    // Opens an existing file (read and write, so that a read-only file or one
-    // that cannot be written fails here) and reads its BlockCount.
-    // 503: no such file; 501: it cannot be opened; 502: this object has a file open.
-    int32_t cOpen(const std::string& Filename);
+    // How cOpen opens: for reading only (an import reads its source and
+    // nothing else), or also for writing, which a file that may not be
+    // written (read-only, in use) refuses at once.
+    enum class Access : unsigned char { Read, ReadWrite };
+    // Opens an existing file and reads its BlockCount.
+    // 503: no such file; 501: it cannot be opened (Why says why); 502: this
+    // object has a file open.
+    int32_t cOpen(const std::string& Filename, Access access = Access::ReadWrite);
     // Replaces the file with a new one: BlockCount 0 and NumberOfBlocks
     // reserved entries, written out before the call answers. A new file gets
     // createMode less the umask.
@@ -46,7 +51,7 @@ public:
     // The same with the ByteArraySize data bytes handed over by source in
     // pieces (a block of any size needs no array of its size). A source that
     // hands over another number of bytes is a Failure.
-    int32_t cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteSource& source);
+    int32_t cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteFeed& source);
     // The error behind the last 505 or 506: the system's errno (0 if none).
     int LastError() const { return lastError_; }
 
@@ -67,12 +72,24 @@ public:
     // Answers how many bytes came from the file.
     size_t cReadData(int64_t position, uint8_t* out, size_t count);
     // Reads entry Index (from 0) and, for a Size above 0, its bytes. An entry
-    // whose FileID is 256 or more gives FileID 255 and ByteArraySize -1.
-    // Answers 0 and touches nothing if no file is open or Index is not below
-    // BlockCount. Throws a Failure for a negative Index, a negative FileID and
-    // for bytes that lie outside the file (the caller's failure path takes them).
+    // whose FileID is 256 or more gives FileID 255 and ByteArraySize -1, and
+    // its bytes are not read. Entries past the end of the file read as zeros,
+    // and bytes that reach past it as what is there and zeros (both told as
+    // warnings at cClose). Answers 0 and touches nothing if no file is open
+    // or Index is not below BlockCount. Throws a Failure for a negative
+    // Index, a negative FileID, bytes at a negative Position and a Size too
+    // large to hold in memory (base/BlockLimit.h).
     int32_t cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes,
                   int32_t& ByteArraySize);
+    // cLoad without the bytes; they are then cData's to give, exactly
+    // ByteArraySize of them (none for 0 or below).
+    int32_t cLoadHead(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, int32_t& ByteArraySize);
+    ByteSource& cData() { return blockData_; }
+    // True when entry Index lies wholly in the file.
+    bool EntryInFile(int32_t Index) const;
+    // Why an opened file cannot be a verdata file at all ("" if it can be):
+    // a client UOP container, a negative count.
+    std::string NotVerdataWhy() const;
     std::string cError(int32_t ErrNumber) const;
 
     bool IsOpen() const { return file_.IsOpen(); }
@@ -83,6 +100,7 @@ public:
 
     int32_t BlockCount = 0;
     uint8_t Changed = 0;  // 1 on a created file: only then may cSave write
+    std::string Why;      // why the last cOpen failed, where known
 
 private:
     // A reader over the entry window, at entry Index (filling the window
@@ -104,6 +122,10 @@ private:
     ReadWindow blockWindow_;
     int lastError_ = 0;
     std::string name_;  // of a created file, for the failures of cSave
+    WindowSource blockSource_{file_, blockWindow_, 0};
+    BlockBytes blockData_;
+    ReadNotes notes_;
+    bool container_ = false;  // the file begins as a client UOP container does
 };
 
 }  // namespace quillet

@@ -8,26 +8,33 @@
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
+#include "formats/ReadNotes.h"
 #include "formats/cMUO.h"
 
 namespace quillet {
 
 bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
              int32_t ToBlock) {
+    int64_t entry = -1;
     try {
         if (PatchFilename.empty() || ::access(PatchFilename.c_str(), F_OK) != 0) return true;
         cMUO muo;
-        if (muo.cOpen(PatchFilename) != 0) return true;
+        // A file that cannot be read, or is no MUO file, is a failure that
+        // names it: the user must hear of it before anything is saved.
+        if (const int32_t code = muo.cOpen(PatchFilename); code != 0)
+            Fail(SourceFailure(PatchFilename, muo.cError(code), muo.Why));
         const int32_t total = muo.cCount();
         CountingPoint progress(total);
-        ByteArray bytes;
-        for (int32_t entry = 0; entry < total; ++entry) {
+        int64_t stored = 0;
+        for (entry = 0; entry < total; ++entry) {
             // Once the file is used up every further entry is the same zeroed
             // record: storing it once has the whole effect of storing it again.
             const bool pastEnd = muo.cAtEnd();
             uint8_t fileId = 0;
             int32_t block = 0, extra = 0, size = 0;
-            muo.cLoad(fileId, block, extra, bytes, size);
+            // The head only: the bytes pass from the file into the DataFile a
+            // piece at a time, and those of a dropped entry are passed over.
+            muo.cLoadHead(fileId, block, extra, size);
             // 252..255 all carry bit 6; they are the format's reserved numbers
             // and are dropped by what the file says, before the flag is taken off.
             const bool reserved = fileId >= 252;
@@ -45,16 +52,23 @@ bool LoadMUO(const std::string& PatchFilename, uint8_t FromFileID, uint8_t ToFil
             }
             if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock || reserved)
                 dropped = true;
-            if (!dropped) StoreBlock(fileId, block, size, extra, bytes);
+            if (!dropped) {
+                StoreBlockFrom(fileId, block, size, extra, muo.cData());
+                ++stored;
+            }
 
             progress.Tick(entry);
             if (pastEnd) break;
         }
+        entry = -1;
         muo.cClose();
         RecountAllBlocks();
+        if (stored == 0) WarnNothingLoaded(PatchFilename, total);
         return true;
     } catch (...) {
-        gError.Log("mPatch.LoadMUO");
+        // What was stored before the stop stays, and the counts say so.
+        RecountAllBlocks();
+        gError.Log("mPatch.LoadMUO", FailureInSource(PatchFilename, entry));
         return false;
     }
 }

@@ -16,6 +16,7 @@
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
+#include "formats/ReadNotes.h"
 #include "formats/cVerdata.h"
 #include "support/Caseless.h"
 #include "support/Services.h"
@@ -126,20 +127,27 @@ void SwapInNewVerdata(const ExportNames& names, const FileIdentity& written) {
 
 bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
                  int32_t ToBlock) {
+    int64_t index = -1;
     try {
         if (Filename.empty() || ::access(Filename.c_str(), F_OK) != 0) return true;
         cVerdata verdata;
-        if (verdata.cOpen(Filename) != 0) return true;
+        // A file that cannot be read, or cannot be a verdata file at all, is
+        // a failure that names it.
+        if (const int32_t code = verdata.cOpen(Filename, cVerdata::Access::Read); code != 0)
+            Fail(SourceFailure(Filename, verdata.cError(code), verdata.Why));
+        if (const std::string why = verdata.NotVerdataWhy(); !why.empty()) Fail(Filename + ": " + why);
         const int32_t total = verdata.cCount();
-        if (!verdata.IndexFits())
-            Fail(Filename + " counts " + std::to_string(total) + " entries, more than its " +
-                 std::to_string(verdata.FileSize()) + " bytes can hold");
         CountingPoint progress(total, false);  // a verdata load moves no progress bar
-        ByteArray bytes;
-        for (int32_t index = 0; index < total; ++index) {
+        int64_t stored = 0;
+        for (index = 0; index < total; ++index) {
+            // Entries past the end of the file are all the same zeroed entry:
+            // storing it once has the whole effect of storing it for each.
+            const bool pastEnd = !verdata.EntryInFile(static_cast<int32_t>(index));
             uint8_t fileId = 0;
             int32_t block = 0, extra = 0, size = 0;
-            verdata.cLoad(index, fileId, block, extra, bytes, size);
+            // The entry only: its bytes pass from the file into the DataFile a
+            // piece at a time.
+            verdata.cLoadHead(static_cast<int32_t>(index), fileId, block, extra, size);
             bool dropped = false;
             // Before the range filter: a block outside the ranges is reported too.
             if (block > FileTypes[fileId].NbrOfBlocks) {
@@ -147,14 +155,22 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
                 dropped = true;
             }
             if (fileId < FromFileID || fileId > ToFileID || block < FromBlock || block > ToBlock) dropped = true;
-            if (!dropped) StoreBlock(fileId, block, size, extra, bytes);
+            if (!dropped) {
+                StoreBlockFrom(fileId, block, size, extra, verdata.cData());
+                ++stored;
+            }
             progress.Tick(index);
+            if (pastEnd) break;
         }
+        index = -1;
         verdata.cClose();
         RecountAllBlocks();
+        if (stored == 0) WarnNothingLoaded(Filename, total);
         return true;
     } catch (...) {
-        gError.Log("mVerdata.LoadVerdata");
+        // What was stored before the stop stays, and the counts say so.
+        RecountAllBlocks();
+        gError.Log("mVerdata.LoadVerdata", FailureInSource(Filename, index));
         return false;
     }
 }
@@ -215,12 +231,11 @@ bool ExportVerdata(const std::string& Directory, LockWait wait) {
         const int64_t held = std::max<int64_t>(0, (oldFile.FileSize() - kVerdataHeaderSize) / kVerdataEntrySize);
         const auto copied = static_cast<int32_t>(std::clamp<int64_t>(oldCount, 0, held));
         if (oldCount < 0)
-            Warn(names.mul + " counts " + std::to_string(oldCount) +
-                 " entries: none of its entries were copied into the new file.");
+            Warn(names.mul + ": the file counts " + std::to_string(oldCount) +
+                 " entries; none of its entries were copied into the new file.");
         else if (copied != oldCount)
-            Warn(names.mul + " counts " + std::to_string(oldCount) + " entries but holds only " +
-                 std::to_string(copied) + ": the " + std::to_string(oldCount - copied) +
-                 " missing entries were left out of the new file.");
+            Warn(names.mul + ": the file counts " + Counted(oldCount, "entry", "entries") + " but ends after " +
+                 std::to_string(copied) + "; the missing ones were left out of the new file.");
         const int32_t finalCount = AddLong(ToLong(patchTotal), copied);
 
         RemoveDeadTempFiles(names.dir);
@@ -276,9 +291,8 @@ bool ExportVerdata(const std::string& Directory, LockWait wait) {
         }
         oldFile.cClose();
         if (cutBlocks > 0)
-            Warn(std::to_string(cutBlocks) + (cutBlocks == 1 ? " block of " : " blocks of ") + names.mul +
-                 (cutBlocks == 1 ? " reaches" : " reach") +
-                 " past the end of the file: the missing bytes were written as zeros.");
+            Warn(names.mul + ": " + Counted(cutBlocks, "block reaches", "blocks reach") +
+                 " past the end of the file; the missing bytes were written as zeros.");
 
         for (int id = 0; id <= kLastExportedFileID; ++id) {
             if (FileTypes[id].Name.empty()) continue;

@@ -11,11 +11,15 @@ namespace quillet {
 // Merges the entries of a verdata file whose FileID and Block lie in the
 // inclusive ranges into the open patch (the newest load wins). A block number
 // above its type's range shows the illegal block message and is skipped. An
-// empty name or a missing or unopenable file loads nothing, silently, and
-// answers true. Other failures (a negative FileID, bytes outside the file, a
-// count the file cannot hold, a store into a type without slots) are logged
-// as "mVerdata.LoadVerdata", end the load (the blocks stored so far stay) and
-// answer false.
+// empty name or a missing file loads nothing, silently, and answers true. The
+// file is opened for reading only. Failures (a file that cannot be read, one
+// that cannot be a verdata file: a negative count, a client's container; a
+// negative FileID, bytes at a negative position, a block too large to hold,
+// a store into a type without slots) are logged as "mVerdata.LoadVerdata"
+// with the file's name, end the load (the blocks stored so far stay, and
+// Count is recomputed) and answer false. Bytes past the end of the file and
+// entries the count promises but the file lacks read as zeros, told as
+// warnings (base/Warnings.h), as is a load that gave no block at all.
 bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
                  int32_t ToBlock);
 

@@ -7,10 +7,11 @@
 #include <QStatusBar>
 
 #include "FileDialogs.h"
-#include "cWindow.h"
-#include "mMenu.h"
+#include "actions/JobOutcome.h"
 #include "actions/mImportJobs.h"
+#include "cWindow.h"
 #include "core/mMuls.h"
+#include "mMenu.h"
 #include "support/Services.h"
 
 namespace quillet {
@@ -140,9 +141,12 @@ void frmCompare::cmdCompare_Click() {
     if (id < 0 || id >= kFileIDs) return;
 
     hide();
-    // The user sees the outcome in the tree's counts; a failure is in the log.
-    CompareFiles(static_cast<uint8_t>(id), Text(txtMUL1), Text(txtIDX1), Text(txtMUL2), Text(txtIDX2));
+    // The user sees the outcome in the tree's counts, and in one message
+    // what failed or was gone on past.
+    const Result outcome =
+        CompareFiles(static_cast<uint8_t>(id), Text(txtMUL1), Text(txtIDX1), Text(txtMUL2), Text(txtIDX2));
     MenuRefresh();
+    TellOutcome(outcome);
     done(QDialog::Accepted);
 }
 

@@ -7,12 +7,13 @@
 #include <QStatusBar>
 
 #include "FileDialogs.h"
-#include "cWindow.h"
-#include "mMenu.h"
+#include "actions/JobOutcome.h"
 #include "actions/mImportJobs.h"
 #include "base/cError.h"
+#include "cWindow.h"
 #include "core/mMuls.h"
 #include "core/mWait.h"
+#include "mMenu.h"
 #include "support/Services.h"
 #include "support/cConvert.h"
 
@@ -223,9 +224,11 @@ void frmImport::cmdImport_Click() {
     request.FromBlock = fromBlock;
     request.ToBlock = toBlock;
     hide();
-    // The user sees the outcome in the tree's counts; a failure is in the log.
-    ImportFrom(request);
+    // The user sees the outcome in the tree's counts, and in one message
+    // what failed or was gone on past.
+    const Result outcome = ImportFrom(request);
     MenuRefresh();
+    TellOutcome(outcome);
     done(QDialog::Accepted);
 }
 

@@ -27,24 +27,25 @@
 #include "BlockListModel.h"
 #include "FileDialogs.h"
 #include "Icons.h"
+#include "actions/JobOutcome.h"
+#include "actions/mPatchJobs.h"
+#include "actions/mStart.h"
+#include "base/AppInfo.h"
+#include "base/cError.h"
 #include "cWindow.h"
+#include "core/BlockRows.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "core/mWait.h"
 #include "frmCompare.h"
 #include "frmExport.h"
 #include "frmGump.h"
 #include "frmHexView.h"
 #include "frmImport.h"
 #include "mMenu.h"
+#include "support/Services.h"
 #include "uLicense.h"
 #include "uScrollPicture.h"
-#include "base/AppInfo.h"
-#include "core/BlockRows.h"
-#include "core/mMuls.h"
-#include "core/mPatch.h"
-#include "base/cError.h"
-#include "support/Services.h"
-#include "actions/mStart.h"
-#include "core/mWait.h"
-#include "actions/mPatchJobs.h"
 #include "viewers/mMap.h"
 #include "viewers/mRadarCol.h"
 
@@ -286,6 +287,9 @@ void frmStart::InstallHooks() {
         // Every message the jobs show tells of something that did not work.
         QMessageBox::warning(this, kAppTitle, QString::fromStdString(text));
     };
+    hooks.warning = [this](const std::string& text) {
+        QMessageBox::warning(this, kAppTitle, QString::fromStdString(text));
+    };
     InstallWaitHooks(hooks);
 }
 
@@ -505,6 +509,14 @@ void frmStart::mnuOpen_Click() {
     const QString path = OpenDialog(this, "MUO Patchfile (*.muo) |*.muo", "Open MUO Patch",
                                     QString::fromStdString(gFileIO.exepath));
     if (path.isEmpty() || !gFileIO.FileExist(path.toStdString())) return;
+    // A file that cannot be read as a MUO file is told and left alone, before
+    // anything of the open patch goes: that patch stays open under its own
+    // name, so that a Save cannot write an empty patch over the file.
+    if (const Result readable = CheckPatchFile(path.toStdString()); !readable) {
+        MsgBoxWarning("The file could not be opened as a patch:\r\n" + readable.Text() +
+                      "\r\nThe patch that was open stays open.");
+        return;
+    }
     // A file that another program holds is not opened: the patch open now
     // stays, and so does its lock.
     PathLock lock;
@@ -513,12 +525,19 @@ void frmStart::mnuOpen_Click() {
         WarnInUse(locked.Text(), "It was not opened.");
         return;
     }
-    // The user sees the outcome in the tree's counts; a failure is in the log.
-    OpenPatch(path.toStdString());
+    const Result opened = OpenPatch(path.toStdString());
     MenuRefresh();
-    PatchFilename = path;
-    patchLock_ = std::move(lock);
+    // A load that stopped part-way keeps what it loaded, but neither the
+    // file's name nor its lock: a Save of the part must not replace the whole.
+    if (opened) {
+        PatchFilename = path;
+        patchLock_ = std::move(lock);
+    } else {
+        PatchFilename.clear();
+        patchLock_ = PathLock();
+    }
     SetCaption();
+    TellOutcome(opened);
 }
 
 void frmStart::mnuSave_Click() {

@@ -2,6 +2,7 @@
 // versions of one client file type.
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "base/Checked.h"
 #include "core/mMuls.h"
@@ -15,23 +16,50 @@
 namespace quillet {
 namespace {
 
-// The block in hand from each side, each in an array that the next block reuses.
+// Blocks beyond a type's last one are counted to the end of the file.
+constexpr int64_t kNoLimit = std::numeric_limits<int32_t>::max();
+constexpr const char* kNotCompared = "they were not compared";
+
+// The pieces in hand from each side, in arrays that the next block reuses.
 struct CompareBuffers {
     ByteArray base;
     ByteArray altered;
+    ByteArray group;  // a Hues group, held whole to be converted
     ByteArray hues;
 };
 
-// Sizes decide first; bytes only when both sides have the same size above 0.
-// So two empty blocks are equal only with the same size: -1 against 0 differs.
-bool Differs(int32_t Size1, const uint8_t* Bytes1, int32_t Size2, const uint8_t* Bytes2) {
-    if (Size1 != Size2) return true;
-    return Size1 > 0 && std::memcmp(Bytes1, Bytes2, static_cast<size_t>(Size1)) != 0;
+// Blocks up to this size are compared where the read windows hold them;
+// larger ones a piece of this size at a time, never held whole.
+constexpr int64_t kPiece = 1 << 16;
+
+// Whether the next Size bytes of both sides are the same, compared a piece at
+// a time: no block is held whole, however large.
+bool SameBytesFrom(ByteSource& base, ByteSource& altered, int64_t Size, CompareBuffers& buffers) {
+    if (buffers.base.size() < kPiece) buffers.base.resize(kPiece);  // once: the arrays keep their size
+    if (buffers.altered.size() < kPiece) buffers.altered.resize(kPiece);
+    for (int64_t left = Size; left > 0;) {
+        const auto piece = static_cast<size_t>(std::min(left, kPiece));
+        base.Read(buffers.base.data(), piece);
+        altered.Read(buffers.altered.data(), piece);
+        if (std::memcmp(buffers.base.data(), buffers.altered.data(), piece) != 0) return false;
+        left -= static_cast<int64_t>(piece);
+    }
+    return true;
+}
+
+// Whether the blocks both objects last read, of the same Size, are the same.
+bool SameBlocks(cMUL& base, cMUL& altered, int32_t Size, CompareBuffers& buffers) {
+    if (Size > kPiece) return SameBytesFrom(base.cData(), altered.cData(), Size, buffers);
+    const uint8_t* one = base.cView(buffers.base);
+    const uint8_t* two = altered.cView(buffers.altered);
+    return std::memcmp(one, two, static_cast<size_t>(Size)) == 0;
 }
 
 // Walks First..Last (inclusive) on both open objects, reading index Block -
-// IndexBase. The bytes are looked at where they lie; only a block that
-// differs is copied, to be stored.
+// IndexBase. Sizes decide first; bytes only when both sizes are the same and
+// above 0, so two empty blocks are equal only with the same size: -1 against
+// 0 differs. A block that differs is read again from the altered side, into
+// the DataFile.
 void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int32_t Last, int32_t IndexBase,
                   CompareBuffers& buffers, CountingPoint& progress) {
     for (int64_t block = First; block <= Last; ++block) {
@@ -39,18 +67,20 @@ void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int3
         const int32_t index = SubLong(number, IndexBase);
         int32_t extra1 = 0;
         int32_t extra2 = 0;
-        const uint8_t* bytes1 = nullptr;
-        const uint8_t* bytes2 = nullptr;
-        const int32_t size1 = base.cLoadView(index, extra1, bytes1, buffers.base);
-        const int32_t size2 = altered.cLoadView(index, extra2, bytes2, buffers.altered);
+        const int32_t size1 = base.cLoadHead(index, extra1);
+        const int32_t size2 = altered.cLoadHead(index, extra2);
         // An equal block leaves its slot alone, whatever the patch holds there;
         // the extra words take no part in the decision.
-        if (Differs(size1, bytes1, size2, bytes2)) {
+        const bool differs = size1 != size2 || (size1 > 0 && !SameBlocks(base, altered, size1, buffers));
+        if (differs) {
             if (size2 < 1) {
                 StoreBlock(FileID, number, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
+            } else if (FileID == kHuesFileID) {
+                buffers.group.resize(static_cast<size_t>(size2));  // the type's constant size
+                altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
+                StoreMULBlock(FileID, number, size2, extra2, buffers.group, buffers.hues);
             } else {
-                if (bytes2 != buffers.altered.data()) buffers.altered.assign(bytes2, bytes2 + size2);
-                StoreMULBlock(FileID, number, size2, extra2, buffers.altered, buffers.hues);
+                StoreBlockFrom(FileID, number, size2, extra2, altered.cDataAgain());
             }
         }
         progress.Tick(number);
@@ -73,8 +103,9 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
     try {
         if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) return true;
         const FileTypeRec& type = FileTypes[FileID];
-        cMUL base;
+        // Each side warns of its files when it goes: the base side first.
         cMUL altered;
+        cMUL base;
         CompareBuffers buffers;
         CountingPoint progress(type.NbrOfBlocks);
         if (FileID == kTiledataFileID) {
@@ -86,6 +117,12 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
                 OpenMUL(altered, "", MULFilename2, section.BlockSize, blocks, section.Start);
                 CompareRange(base, altered, FileID, section.FirstBlock, section.LastBlock, section.FirstBlock,
                              buffers, progress);
+                if (section.LastBlock == type.NbrOfBlocks) {
+                    WarnBeyondLast(base, MULFilename1, FileID, section.FirstBlock, kNoLimit, section.LastBlock,
+                                   section.FirstBlock, kNotCompared);
+                    WarnBeyondLast(altered, MULFilename2, FileID, section.FirstBlock, kNoLimit, section.LastBlock,
+                                   section.FirstBlock, kNotCompared);
+                }
                 base.cClose();
                 altered.cClose();
             }
@@ -93,12 +130,18 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
             OpenMUL(base, IDXFilename1, MULFilename1, type.ConstantIndex, type.NbrOfBlocks, 0);
             OpenMUL(altered, IDXFilename2, MULFilename2, type.ConstantIndex, type.NbrOfBlocks, 0);
             CompareRange(base, altered, FileID, 0, type.NbrOfBlocks, 0, buffers, progress);
+            const bool pair = type.ConstantIndex < 1;
+            WarnBeyondLast(base, pair ? IDXFilename1 : MULFilename1, FileID, 0, kNoLimit, type.NbrOfBlocks, 0,
+                           kNotCompared);
+            WarnBeyondLast(altered, pair ? IDXFilename2 : MULFilename2, FileID, 0, kNoLimit, type.NbrOfBlocks, 0,
+                           kNotCompared);
             base.cClose();
             altered.cClose();
         }
         RecountBlocks(FileID);
         return true;
     } catch (...) {
+        RecountBlocks(FileID);  // what was stored before the stop stays, and the count says so
         gError.Log("mMuls.CompareMUL");
         return false;
     }

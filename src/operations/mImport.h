@@ -12,9 +12,14 @@
 // Each answers true when it ran to its end, also when it ended early without
 // a word (a missing MUL file). A failure is logged under the procedure's name
 // and ends it, with the blocks stored so far left in the patch and the type's
-// Count not recomputed; it answers false. A file that cMUL cannot open is such
-// a failure, logged with cMUL's text and the file's name. One block of each
-// file is in memory at a time.
+// Count recomputed; it answers false. A file that cMUL cannot open is such
+// a failure, logged with cMUL's text, the file's name and why. One block of
+// each file is in memory at a time.
+//
+// What they go on past is told as warnings (base/Warnings.h), one per file
+// and kind with its count: blocks that reach past the end of their file
+// (read as zeros there), and blocks the files hold beyond the type's last
+// block (left out).
 #include <array>
 #include <cstdint>
 #include <string>
@@ -74,6 +79,13 @@ bool SameBytes(const ByteArray& First, const ByteArray& Second);
 // Failure of cMUL's text and the file's name (both names for a pair).
 void OpenMUL(cMUL& Mul, const std::string& IDXFilename, const std::string& MULFilename, int32_t ConstantIndex,
              int32_t NbrOfBlocks, int32_t Offset);
+
+// Shared by import and compare: warns of the blocks that the open file holds
+// beyond the type's last block, LastBlock, among those a walk from FromBlock
+// to ToBlock would take (block numbers; the file's index is block minus
+// IndexBase). whatBecame ends the warning: "they were not imported".
+void WarnBeyondLast(cMUL& mul, const std::string& file, uint8_t FileID, int64_t FromBlock, int64_t ToBlock,
+                    int32_t LastBlock, int32_t IndexBase, const char* whatBecame);
 
 // Shared by import and compare: a source block with bytes (Size above 0)
 // into its slot; a Hues group converted to its verdata form first, with

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 
+#include "actions/JobOutcome.h"
 #include "actions/RunJob.h"
 #include "actions/mExportJob.h"
 #include "actions/mImportJobs.h"
@@ -119,6 +120,56 @@ TEST_F(PatchTest, AJobAnswersTheFirstFailureLoggedWhileItRan) {
     EXPECT_EQ(warned.Warnings(), (std::vector<std::string>{"3 blocks read with zeros", "2 blocks beyond Art's last block"}));
     EXPECT_EQ(outer.Texts().size(), 3u);
     EXPECT_TRUE(RunJob("", "test.Job", [] {}).Warnings().empty());
+}
+
+// A front end with message boxes shows one message with the warning icon: the
+// failure nobody has told yet (by its description: the procedure's name is the
+// log's), then every warning; nothing when there is nothing to tell.
+TEST_F(PatchTest, AnImportTellsItsFailureOrItsWarningsInOneMessage) {
+    std::vector<std::string> warningBoxes;
+    WaitHooks hooks = CurrentWaitHooks();
+    hooks.warning = [&](const std::string& text) { warningBoxes.push_back(text); };
+    InstallWaitHooks(hooks);
+
+    // A client's container given as a UOP patch file: a failure that names it.
+    test::WriteFile(Path("myp.uop"), Bytes{}.text("MYP").u8(0).le(5).le(0xD88).le(0).b);
+    ImportRequest request;
+    request.Source = kSourceUOP;
+    request.File = Path("myp.uop");
+    const Result failed = ImportFrom(request);
+    ASSERT_TRUE(failed.WasLogged());
+    EXPECT_FALSE(TellOutcome(failed));
+    const std::string why = Path("myp.uop") +
+                            ": Unsupported patchfile. It is a client UOP container (\"MYP\"): it "
+                            "holds no patch.";
+    EXPECT_EQ(warningBoxes, std::vector<std::string>{why});
+
+    // Two cut blocks and a count beyond the file: a success with two warnings, one message.
+    warningBoxes.clear();
+    test::WriteFile(Path("short.uop"), Bytes{}.uopHeader(4, 3).uop(kArt, 7, 5, 0, {1, 2}).b);
+    request.File = Path("short.uop");
+    const Result warned = ImportFrom(request);
+    ASSERT_TRUE(warned.Ok()) << warned.Text();
+    ASSERT_EQ(warned.Warnings().size(), 2u);
+    EXPECT_TRUE(TellOutcome(warned));
+    EXPECT_EQ(warningBoxes, std::vector<std::string>{warned.Warnings()[0] + "\r\n" + warned.Warnings()[1]});
+    EXPECT_EQ(ReadBlockBytes(kArt, 7), (ByteArray{0, 0, 0, 0, 0}));  // the repeat past the end wins
+
+    // Shown already: only the warnings. Nothing to tell: no message at all.
+    EXPECT_EQ(OutcomeMessage(Result::Shown("shown").WithWarnings({"w1", "w2"})), "w1\r\nw2");
+    EXPECT_EQ(OutcomeMessage(Result::Failed("not told")), "not told");
+    warningBoxes.clear();
+    EXPECT_TRUE(TellOutcome(Result::Success()));
+    EXPECT_FALSE(TellOutcome(Result::Shown("shown")));
+    EXPECT_TRUE(warningBoxes.empty());
+    EXPECT_TRUE(messages.empty());
+
+    // Open of a MUO file that holds no block says so.
+    test::WriteFile(Path("empty.muo"), Bytes{}.muoHeader(0).b);
+    const Result opened = OpenPatch(Path("empty.muo"));
+    EXPECT_TRUE(opened.Ok());
+    EXPECT_EQ(opened.Warnings(),
+              std::vector<std::string>{Path("empty.muo") + ": no block was loaded (the file counts 0 entries)."});
 }
 
 TEST_F(PatchTest, ExportTellsWhetherTheUserHasSeenItsFailure) {

@@ -49,7 +49,7 @@ case $out in "usage: quillet-cli hexdump --patch P --type T --block N"*) ;; *) f
 
 # A patch that exists but is no readable MUO file: exit 1, and the file stays.
 { muo_header 1 2; muo_entry 4 3 0 1 'v'; } >"$scratch/v2.muo"
-muo "4 3 0 1 v" "4 4 0 1000 w" >"$scratch/corrupt.muo"
+muo "4 3 0 1 v" "300 4 0 0" >"$scratch/corrupt.muo"
 mkdir "$scratch/kept" && cp "$scratch/v2.muo" "$scratch/corrupt.muo" "$scratch/kept/"
 expect_err 1 "Unsupported patchfile." "$cli" info --patch "$scratch/v2.muo"
 [ -z "$out" ] || fail "info of an unsupported patch printed: $out"

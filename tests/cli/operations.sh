@@ -28,7 +28,7 @@ expect_counts "$scratch/tiles.muo" "Tiledata (189)"
 # What the command line refuses (exit 2) and what cannot be read (exit 1):
 # the patch stays as it was, also when the library fails after the first block.
 cp "$scratch/art.muo" "$scratch/art.before"
-{ idx_record 0 3 0; idx_record 0 99999 0; } >"$scratch/bad.idx"
+{ idx_record 0 3 0; idx_record -5 3 0; } >"$scratch/bad.idx"
 expect_err 2 "missing --idx" "$cli" import --patch "$scratch/art.muo" --type art --mul "$scratch/art.mul"
 expect_status 2 "$cli" import --patch "$scratch/art.muo" --type map --mul "$client/map0.mul" --idx "$scratch/art.idx"
 expect_status 2 "$cli" import --patch "$scratch/art.muo" --type art --mul "$scratch/art.mul" --idx "$scratch/art.idx" --fileids 4
@@ -38,6 +38,14 @@ expect_status 1 "$cli" import --patch "$scratch/art.muo" --type art --mul "$scra
 [ ! -e "$scratch/none.idx" ] || fail "a missing index file was created"
 expect_err 1 "error: mMuls.LoadMUL: " "$cli" import --patch "$scratch/art.muo" --type art --mul "$scratch/art.mul" --idx "$scratch/bad.idx"
 cmp "$scratch/art.before" "$scratch/art.muo" || fail "a failed import changed the patch"
+# A block that reaches past the end of the MUL file is read with zeros there:
+# a warning with its count, and the import goes on (exit 0).
+{ idx_record 0 3 0; idx_record 0 99999 0; } >"$scratch/long.idx"
+expect_status 0 "$cli" import --patch "$scratch/art.muo" --type art --mul "$scratch/art.mul" --idx "$scratch/long.idx" \
+  --blocks 0-1 --out "$scratch/long.muo"
+expect_same "warning: $scratch/art.mul: 1 block reaches past the end of the file; the missing bytes were read as zeros." \
+  "$err" "the warning of a block cut by the end of its file"
+expect_list "$scratch/long.muo" art "0 3 0" "1 99999 0" "2 0 9"
 
 ## compare
 

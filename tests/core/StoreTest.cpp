@@ -3,6 +3,9 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <regex>
 
 #include "common/TestEnv.h"
@@ -81,6 +84,68 @@ TEST_F(StoreTest, DatafileReadsInOrderSeeBlocksFlushedLater) {
     ASSERT_TRUE(Datafile_Flush(DataFileHandle));
     EXPECT_EQ(ReadBlockBytes(4, 1), b);  // starts where the last read ended
     EXPECT_EQ(ReadBlockBytes(4, 0), a);
+}
+
+// A source that gives its bytes in pieces of its own and then ends.
+class PieceSource : public ByteSource {
+public:
+    explicit PieceSource(ByteArray bytes) : bytes_(std::move(bytes)) {}
+    size_t Read(uint8_t* out, size_t count) override {
+        reads.push_back(count);
+        const size_t got = std::min(count, bytes_.size() - std::min(at_, bytes_.size()));
+        std::memcpy(out, bytes_.data() + std::min(at_, bytes_.size()), got);
+        std::memset(out + got, 0, count - got);
+        at_ += count;
+        return got;
+    }
+    std::vector<size_t> reads;
+
+private:
+    ByteArray bytes_;
+    size_t at_ = 0;
+};
+
+// Bytes that only pass through: read a piece at a time into the DataFile,
+// zeros where the source ends, a long run of zeros as a hole in the file,
+// the DataFile's limit checked before anything is read.
+TEST_F(StoreTest, AppendTakesAPieceAtATimeAndZerosWhereTheSourceEnds) {
+    StoreBlock(4, 0, 2, 0, ByteArray{7, 7});
+    PieceSource small(ByteArray{1, 2, 3});
+    int64_t real = -1;
+    EXPECT_EQ(Datafile_Append(DataFileHandle, small, 5, &real), 3);
+    EXPECT_EQ(real, 3);
+    ByteArray back;
+    Datafile_Read(DataFileHandle, 3, 5, back);
+    EXPECT_EQ(back, (ByteArray{1, 2, 3, 0, 0}));
+
+    // 3 MiB and 5 bytes of which the source has 1.5 MiB: read in pieces of
+    // at most 1 MiB, never asked again once it has ended, the rest a hole.
+    const size_t mib = size_t{1} << 20;
+    ByteArray half(mib + mib / 2);
+    for (size_t i = 0; i < half.size(); ++i) half[i] = static_cast<uint8_t>(i * 7 + 1);
+    PieceSource big(half);
+    const int64_t total = 3 * int64_t(mib) + 5;
+    EXPECT_EQ(Datafile_Append(DataFileHandle, big, total, &real), 8);
+    EXPECT_EQ(real, static_cast<int64_t>(half.size()));
+    EXPECT_EQ(big.reads, (std::vector<size_t>{mib - 7, mib}));
+    EXPECT_EQ(DataFileHandle.Size(), 7 + total);
+    ASSERT_TRUE(Datafile_Flush(DataFileHandle));
+    const ByteArray file = test::ReadFile(DataFileName);
+    ASSERT_EQ(file.size(), static_cast<size_t>(7 + total));
+    EXPECT_TRUE(std::equal(half.begin(), half.end(), file.begin() + 7));
+    EXPECT_TRUE(std::all_of(file.begin() + 7 + static_cast<int64_t>(half.size()), file.end(),
+                            [](uint8_t b) { return b == 0; }));
+    StoreBlock(4, 1, 1, 0, ByteArray{9});  // appends go on behind the hole
+    EXPECT_EQ(ReadBlockBytes(4, 1), ByteArray{9});
+
+    // Past the limit: refused before a byte is read, told once.
+    DataFileHandle.flushed = kDatafileLimit - 10;
+    PieceSource refused(ByteArray(20, 1));
+    EXPECT_THROW(Datafile_Append(DataFileHandle, refused, 20), Failure);
+    EXPECT_TRUE(refused.reads.empty());
+    EXPECT_EQ(messages.size(), 1u);
+    DataFileHandle.pending.clear();
+    DataFileHandle.flushed = 0;
 }
 
 TEST_F(StoreTest, SlotBoundsAreFailuresNotWrites) {

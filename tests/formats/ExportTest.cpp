@@ -129,7 +129,7 @@ TEST_F(PatchTest, ExportRefusesAnOldEntryOfANegativeFileID) {
 TEST_F(PatchTest, ExportGoesOnPastACutOldFileAndWarns) {
     StoreBlock(4, 1, 1, 0, ByteArray{0x77});
     const std::string mul = Path("verdata.mul");
-    const std::string zeros = " past the end of the file: the missing bytes were written as zeros.";
+    const std::string zeros = " past the end of the file; the missing bytes were written as zeros.";
     const struct {
         const char* name;
         ByteArray old;
@@ -138,7 +138,7 @@ TEST_F(PatchTest, ExportGoesOnPastACutOldFileAndWarns) {
     } rows[] = {
         {"a cut last block", Bytes{}.le(2).verdata(12, 5, 44, 1, 0).verdata(4, 9, 45, 5, 3).raw({0xAA, 1, 2}).b,
          Bytes{}.le(3).verdata(12, 5, 64, 1, 0).verdata(4, 9, 65, 5, 3).verdata(4, 1, 70, 1, 0).b,
-         "1 block of " + mul + " reaches" + zeros},
+         mul + ": 1 block reaches" + zeros},
         // Bytes before the file's start (the last of these is the file's
         // first, 3) and past its end; a FileID of 256 or more takes no bytes
         // at all, whatever its position says.
@@ -151,12 +151,12 @@ TEST_F(PatchTest, ExportGoesOnPastACutOldFileAndWarns) {
              .verdata(4, 3, 87, 2, 0)
              .verdata(4, 1, 89, 1, 0)
              .b,
-         "2 blocks of " + mul + " reach" + zeros},
+         mul + ": 2 blocks reach" + zeros},
         {"a count beyond the file", Bytes{}.le(4).verdata(4, 5, 0, -1, 0).b,
          Bytes{}.le(2).verdata(4, 5, 0, -1, 0).verdata(4, 1, 44, 1, 0).b,
-         mul + " counts 4 entries but holds only 1: the 3 missing entries were left out of the new file."},
+         mul + ": the file counts 4 entries but ends after 1; the missing ones were left out of the new file."},
         {"a negative count", Bytes{}.le(-7).verdata(4, 5, 0, -1, 0).b, Bytes{}.le(1).verdata(4, 1, 24, 1, 0).b,
-         mul + " counts -7 entries: none of its entries were copied into the new file."},
+         mul + ": the file counts -7 entries; none of its entries were copied into the new file."},
     };
     const ByteArray data[] = {{0xAA, 1, 2, 0, 0, 0, 0x77}, {0, 0, 3, 0, 0, 0x77}, {0x77}, {0x77}};  // behind the index
     for (size_t row = 0; row < std::size(rows); ++row) {

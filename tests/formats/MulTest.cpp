@@ -82,11 +82,13 @@ TEST_F(MulTest, OpenCountAndCloseCodes) {
     EXPECT_EQ(mul.cOpen(Path("m.idx"), Path("no-dir/m.mul"), 0, 0, 0), 500);
     EXPECT_EQ(mul.cOpen(Path("m.idx"), dir, 0, 0, 0), 500);  // a directory is no file
 
-    // Missing files are created empty, as the binary mode does: no blocks.
-    EXPECT_EQ(mul.cOpen(Path("new.idx"), Path("new.mul"), 0, 0, 0), 0);
-    EXPECT_TRUE(test::Exists(Path("new.idx")) && test::Exists(Path("new.mul")));
+    // The client's files are only read: a missing one is not made, it is a
+    // file that cannot be opened, and Why names it.
+    EXPECT_EQ(mul.cOpen(Path("new.idx"), Path("m.mul"), 0, 0, 0), 500);
+    EXPECT_EQ(mul.Why, Path("new.idx") + ": No such file or directory.");
+    EXPECT_EQ(mul.cOpen(Path("m.idx"), Path("new.mul"), 0, 0, 0), 500);
+    EXPECT_FALSE(test::Exists(Path("new.idx")) || test::Exists(Path("new.mul")));
     EXPECT_EQ(mul.cCount(), 0);
-    EXPECT_EQ(mul.cLoad(3, extra, bytes), 0);
 }
 
 TEST_F(MulTest, SaveStaysInPlaceOrMovesToTheEnd) {

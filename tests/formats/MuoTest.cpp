@@ -1,11 +1,12 @@
+#include "actions/mStart.h"
+#include "base/SafeSave.h"
+#include "base/Warnings.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
 #include "core/mPatch.h"
-#include "actions/mStart.h"
 #include "formats/cMUO.h"
 #include "formats/mPatchMUO.h"
 #include "operations/OperationsTestUtil.h"
-#include "base/SafeSave.h"
 
 namespace quillet {
 namespace {
@@ -77,40 +78,58 @@ TEST_F(PatchTest, RoundTripKeepsEveryBlockSizeExtraAndFlag) {
     EXPECT_EQ(test::ReadFile(Path("again.muo")), saved);
 }
 
-// The last entry's data must hold its whole Size: one byte short is a cut
-// file, a failure, not a block padded with a zero.
-TEST_F(PatchTest, LastEntryOneByteShortOfItsSizeFailsTheLoad) {
+// The last entry's data one byte short of its Size: a cut file, read as what
+// is there and a zero, with a warning that names the file.
+TEST_F(PatchTest, LastEntryOneByteShortOfItsSizeIsReadWithAZero) {
     const Bytes first = Bytes{}.muoHeader(2).muo(4, 1, 0, 2, {1, 2});
     test::WriteFile(Path("whole.muo"), Bytes{first}.muo(4, 2, 5, 3, {7, 8, 9}).b);
     test::WriteFile(Path("short.muo"), Bytes{first}.muo(4, 2, 5, 3, {7, 8}).b);
+    const WarningWatch warnings;
     EXPECT_TRUE(LoadAll(Path("whole.muo")));
     ExpectBlock(4, 2, 3, 5, {7, 8, 9});
-    EXPECT_TRUE(LogLines().empty());
+    EXPECT_TRUE(warnings.Texts().empty());
     PatchDispose();
     PatchNew();
-    EXPECT_FALSE(LoadAll(Path("short.muo")));
-    ASSERT_EQ(LogLines().size(), 1u);
-    EXPECT_NE(LogLines()[0].find("mPatch.LoadMUO: a Size too large to allocate: 3 bytes, 2 left"), std::string::npos)
-        << LogLines()[0];
-    ExpectBlock(4, 1, 2, 0, {1, 2});  // the entry before stays
-    ExpectAbsent(4, 2);
+    EXPECT_TRUE(LoadAll(Path("short.muo")));
+    ExpectBlock(4, 1, 2, 0, {1, 2});
+    ExpectBlock(4, 2, 3, 5, {7, 8, 0});
+    EXPECT_EQ(PatchBlocks[4].Count, 2);
+    EXPECT_EQ(warnings.Texts(),
+              std::vector<std::string>{Path("short.muo") + ": 1 block reaches past the end of the "
+                                                           "file; the missing bytes were read as zeros."});
+    EXPECT_TRUE(LogLines().empty());
 }
 
-// More of this (cut files, hostile counts and sizes) is in the hostile corpus;
-// a folder that cannot be written, a full disk, files that vanish: DiskFaultTest.
-TEST_F(PatchTest, EmptyOrUnreadableOrForeignVersionLoadsNothingSilently) {
+// A file that cannot be read as a MUO file is a failure that names it; an
+// empty patch loads nothing and says so; only no name or no file is silent.
+// (Cut files and hostile counts and sizes: the hostile corpus; read-only
+// files and a full disk: DiskFaultTest.)
+TEST_F(PatchTest, ForeignVersionOrCutHeaderFailsNamingTheFile) {
     test::WriteFile(Path("empty.muo"), ByteArray{1, 2, 3});
     ASSERT_TRUE(SaveMUO(Path("empty.muo")));  // the old file replaced by the 45-byte header
     EXPECT_EQ(test::ReadFile(Path("empty.muo")), Bytes{}.muoHeader(0).b);
     EXPECT_FALSE(test::Exists(TempNameBeside(Path("empty.muo"))));
     test::WriteFile(Path("v2.muo"), Bytes{}.muoHeader(1, 2).muo(4, 1, 0, 1, {1}).b);
     test::WriteFile(Path("cut.muo"), Bytes{}.text("MUOP").le(1).str("MUO").text("Cre").b);  // inside the description
-    for (const std::string name : {"empty.muo", "v2.muo", "cut.muo", "missing.muo"})
-        EXPECT_TRUE(LoadAll(Path(name))) << name;
-    EXPECT_TRUE(LoadAll(""));
+    test::WriteFile(Path("myp.muo"), Bytes{}.text("MYP").u8(0).le(5).le(0xD88).le(0).b);    // a client's container
+    const WarningWatch warnings;
+    EXPECT_TRUE(LoadAll(Path("empty.muo")));
+    EXPECT_EQ(warnings.Texts(),
+              std::vector<std::string>{Path("empty.muo") + ": no block was loaded (the file counts 0 entries)."});
+    for (const std::string name : {"missing.muo", ""}) EXPECT_TRUE(LoadAll(name.empty() ? name : Path(name)));
+    const std::vector<std::pair<std::string, std::string>> failing{
+        {"v2.muo", "Unsupported patchfile."},
+        {"cut.muo", "Unable to open file. Its header is cut short."},
+        {"myp.muo", "Unsupported patchfile. It is a client UOP container (\"MYP\"): it holds no patch."}};
+    for (const auto& [name, says] : failing) EXPECT_FALSE(LoadAll(Path(name))) << name;
+    ASSERT_EQ(LogLines().size(), failing.size());
+    for (size_t i = 0; i < failing.size(); ++i)
+        EXPECT_NE(LogLines()[i].find("mPatch.LoadMUO: " + Path(failing[i].first) + ": " + failing[i].second),
+                  std::string::npos)
+            << LogLines()[i];
     for (int id = 0; id < kFileIDs; ++id) EXPECT_EQ(PatchBlocks[id].Count, 0);
     EXPECT_TRUE(messages.empty());
-    EXPECT_TRUE(LogLines().empty());
+    EXPECT_EQ(warnings.Texts().size(), 1u);
     cMUO muo;
     EXPECT_EQ(muo.cOpen(Path("v2.muo")), 500);
     EXPECT_EQ(muo.cOpen(Path("missing.muo")), 503);

@@ -50,20 +50,34 @@ TEST_F(PatchTest, UopVersions4And5LoadTheSameEntries) {
     EXPECT_TRUE(LogLines().empty());
 }
 
-// Cut files, counts beyond the entries and impossible entries: the hostile corpus.
-TEST_F(PatchTest, UopOfAnotherVersionOrNoFileLoadsNothingSilently) {
+// Cut files, counts beyond the entries and impossible entries: the hostile
+// corpus. Here files that are no UOP patch file this program reads: each is a
+// failure that names the file; only no name or no file is silent.
+TEST_F(PatchTest, UopOfAnotherVersionOrAContainerFailsNamingTheFile) {
+    std::vector<std::string> failing;
     for (const uint8_t version : std::initializer_list<uint8_t>{3, 6, 0, 1}) {
-        test::WriteFile(Path("other.uop"), Bytes{}.uopHeader(version, 1).uop(4, 1, 1, 0, {1}).b);
-        LoadAll(Path("other.uop"));
+        const std::string name = "v" + std::to_string(version) + ".uop";
+        test::WriteFile(Path(name), Bytes{}.uopHeader(version, 1).uop(4, 1, 1, 0, {1}).b);
+        EXPECT_FALSE(LoadUOP(Path(name), 0, 255, 0, 400000)) << name;
+        failing.push_back(Path(name) + ": Unsupported patchfile.");
         cUOP uop;
-        EXPECT_EQ(uop.cOpen(Path("other.uop")), 500) << int{version};
+        EXPECT_EQ(uop.cOpen(Path(name)), 500) << int{version};
         EXPECT_FALSE(uop.IsOpen());
     }
     test::WriteFile(Path("tiny.uop"), {'U', 'O'});  // cut inside the header: version 0
-    for (const std::string& path : {Path("tiny.uop"), Path("missing.uop"), std::string()}) LoadAll(path);
+    test::WriteFile(Path("myp.uop"), Bytes{}.text("MYP").u8(0).le(5).le(0xD88).le(0).b);  // a client's container
+    EXPECT_FALSE(LoadUOP(Path("tiny.uop"), 0, 255, 0, 400000));
+    EXPECT_FALSE(LoadUOP(Path("myp.uop"), 0, 255, 0, 400000));
+    failing.push_back(Path("tiny.uop") + ": Unsupported patchfile.");
+    failing.push_back(Path("myp.uop") +
+                      ": Unsupported patchfile. It is a client UOP container (\"MYP\"): it holds "
+                      "no patch.");
+    for (const std::string& path : {Path("missing.uop"), std::string()}) EXPECT_TRUE(LoadUOP(path, 0, 255, 0, 400000));
+    ASSERT_EQ(LogLines().size(), failing.size());
+    for (size_t i = 0; i < failing.size(); ++i)
+        EXPECT_NE(LogLines()[i].find("mPatch.LoadUOP: " + failing[i]), std::string::npos) << LogLines()[i];
     EXPECT_EQ(PatchBlocks[4].Count, 0);
     EXPECT_TRUE(messages.empty());
-    EXPECT_TRUE(LogLines().empty());
     cUOP uop;
     EXPECT_EQ(uop.cOpen(Path("missing.uop")), 503);
     EXPECT_EQ(uop.cOpen(Path("tiny.uop")), 500);

@@ -1,6 +1,9 @@
+#include <unistd.h>
+
+#include "base/Checked.h"
+#include "base/Warnings.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "base/Checked.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "formats/cVerdata.h"
@@ -65,9 +68,21 @@ TEST_F(PatchTest, VerdataFiltersComeAfterTheRangeTest) {
 // What LoadVerdata and ExportVerdata make of the entries: above and in
 // ExportTest. Here the edges of cVerdata itself.
 TEST_F(PatchTest, VerdataEntriesAreReadByIndexAndNeverWritten) {
-    // Files that hold nothing load nothing, silently (damaged ones: the hostile corpus).
+    // A file that holds nothing loads nothing and says so; no name or no file
+    // is silent; what cannot be read is a failure that names it (damaged
+    // files: the hostile corpus).
     test::WriteFile(Path("zero.mul"), Bytes{}.le(0).reservedVerdata().b);
-    for (const std::string& path : {Path("zero.mul"), dir, Path("missing.mul"), std::string()}) LoadAll(path);
+    const WarningWatch warnings;
+    for (const std::string& path : {Path("zero.mul"), Path("missing.mul"), std::string()})
+        EXPECT_TRUE(LoadVerdata(path, 0, 255, 0, 400000)) << path;
+    EXPECT_EQ(warnings.Texts(),
+              std::vector<std::string>{Path("zero.mul") + ": no block was loaded (the file counts 0 entries)."});
+    EXPECT_FALSE(LoadVerdata(dir, 0, 255, 0, 400000));
+    ASSERT_EQ(LogLines().size(), 1u);
+    EXPECT_NE(LogLines()[0].find("mVerdata.LoadVerdata: " + dir + ": Unable to open file. It is a directory."),
+              std::string::npos)
+        << LogLines()[0];
+    ::unlink(Path("test.log").c_str());
     for (int id = 0; id < kFileIDs; ++id) EXPECT_EQ(PatchBlocks[id].Count, 0);
     const ByteArray file = Bytes{}.le(1).verdata(16, 2, 0, 0, 3).b;
     test::WriteFile(Path("v.mul"), file);

@@ -21,10 +21,12 @@ public:
     ~Environment();
     QString Path(const QString& name) const { return dir_.filePath(name); }
     std::vector<std::string> messages;  // message boxes, captured
-    // Message boxes land in `messages` instead of waiting for a click.
+    std::vector<std::string> warnings;  // message boxes with the warning icon, captured
+    // Message boxes land in `messages` and `warnings` instead of waiting for a click.
     void CaptureMessages() {
         WaitHooks hooks = CurrentWaitHooks();
         hooks.message = [this](const std::string& text) { messages.push_back(text); };
+        hooks.warning = [this](const std::string& text) { warnings.push_back(text); };
         InstallWaitHooks(hooks);
     }
 

@@ -40,6 +40,7 @@ struct WaitSeen { QString text; bool dialogVisible, mainWindowEnabled; };  // on
 ByteArray Bytes(int size, int seed) { return test::Counting(static_cast<size_t>(size), seed * 31); }
 // An IDX/MUL pair; a missing entry is an empty record.
 void WriteIdxMul(const QString& idx, const QString& mul, const std::vector<std::optional<ByteArray>>& blocks) {
+    QVERIFY(WriteAll(idx, QByteArray()) && WriteAll(mul, QByteArray()));  // cMUL only opens files that are there
     cMUL file;
     QCOMPARE(file.cOpen(idx.toStdString(), mul.toStdString(), 0, 0, 0), 0);
     for (size_t i = 0; i < blocks.size(); ++i) {
@@ -378,6 +379,58 @@ private Q_SLOTS:
             CheckRanAndClosed(dialog.get(), "Comparing MUL data. Please wait.");
             QVERIFY2(TreeTexts().contains(c.node), c.node);
         }
+    }
+
+    // What the user hears of an import or a compare: one message with the
+    // warning icon, for a source that is no patch file (the failure, naming
+    // the file), for a load that stopped part-way (the tree still shows what
+    // came in) and for what was gone on past (every warning in one message).
+    void importAndCompareTellOnceWhatFailedOrWasGoneOnPast() {
+        const struct {
+            const char* file;
+            ByteArray bytes;
+            QStringList says;  // what each line of the one message holds
+            const char* node;
+        } cases[] = {
+            {"container.uop",
+             test::Bytes{}.text("MYP").u8(0).le(5).le(0xD88).le(0).b,
+             {"container.uop: Unsupported patchfile. It is a client UOP container"},
+             "Art (0)"},
+            {"stops.uop",
+             test::Bytes{}.uopHeader(4, 2).uop(4, 7, 1, 0, {1}).uop(1, 0, 0, 0).b,
+             {"stops.uop, entry 1: Subscript out of range"},
+             "Art (1)"},
+            {"short.uop",
+             test::Bytes{}.uopHeader(4, 3).uop(4, 7, 5, 0, {1, 2}).b,
+             {"short.uop: 2 blocks reach past the end", "short.uop: the file counts 3 entries but ends after 1"},
+             "Art (1)"},
+        };
+        for (const auto& c : cases) {
+            QVERIFY(WriteAll(P(c.file), c.bytes));
+            env.warnings.clear();
+            auto dialog = RunImport(2, {P(c.file), "", "0", "255", "0", "400000"});
+            CheckRanAndClosed(dialog.get(), "Importing UOP file. Please wait.");
+            QCOMPARE(env.warnings.size(), size_t{1});
+            const QStringList lines = QString::fromStdString(env.warnings[0]).split("\r\n");
+            QCOMPARE(lines.size(), c.says.size());
+            for (int i = 0; i < lines.size(); ++i) QVERIFY2(lines[i].contains(c.says[i]), qPrintable(lines[i]));
+            QVERIFY2(TreeTexts().contains(c.node), c.file);
+            QVERIFY(env.messages.empty());
+        }
+        // A radar colour file cut after 5 colours: the other blocks compare as zeros, said once.
+        QVERIFY(WriteAll(P("radar-short.mul"), QByteArray(10, '\x11')));
+        QVERIFY(WriteAll(P("radar-zero.mul"), QByteArray(65536 * 2, '\0')));
+        env.warnings.clear();
+        auto dialog = Open<frmCompare>();
+        dialog->cboMULType->setCurrentIndex(13);
+        dialog->txtMUL1->setText(P("radar-zero.mul"));
+        dialog->txtMUL2->setText(P("radar-short.mul"));
+        Click(dialog->cmdCompare);
+        CheckRanAndClosed(dialog.get(), "Comparing MUL data. Please wait.");
+        QCOMPARE(env.warnings, std::vector<std::string>{P("radar-short.mul").toStdString() +
+                                                        ": 65531 blocks reach past the end of the file; the missing "
+                                                        "bytes were read as zeros."});
+        QVERIFY(TreeTexts().contains("Radarcol (5)"));
     }
 
     // Each picture kind the dialog reads, by its content, with index forms a user may type; the size the

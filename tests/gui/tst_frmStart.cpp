@@ -23,6 +23,7 @@
 #include "GuiTestEnv.h"
 #include "actions/mStart.h"
 #include "base/FileLock.h"
+#include "common/Bytes.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "frmHexView.h"
@@ -268,6 +269,59 @@ private Q_SLOTS:
         QCOMPARE(ConvertFilter("BMP picture (*.BMP)|*.bmp"), QString("BMP picture (*.bmp)"));
         QCOMPARE(ConvertFilter("Pictures|*.bmp;*.jpg|All files|*.*"),
                  QString("Pictures (*.bmp *.jpg);;All files (*.*)"));
+    }
+
+    // Open of a file that is no MUO file, or one this program does not read:
+    // the user is told, and the patch that was open stays, with its name, so
+    // that a Save cannot write over that file. A load that stops part-way
+    // keeps what it loaded but not the name; one that loads nothing says so.
+    void openRefusesWhatIsNoPatchAndTellsWhatItLoaded() {
+        QString answer;
+        SetFileDialogOverride([&](bool, const QString&, const QString&, const QString&) { return answer; });
+        const QString mine = env.Path("mine.muo"), mineTitle = "Quillet Patching Tool - " + mine;
+        form->mnuNew_Click();
+        StoreBlock(8, 1, 1, 0, ByteArray{9});
+        RecountBlocks(8);
+        MenuRefresh();
+        answer = mine;
+        form->mnuSaveAs_Click();
+        const QByteArray notPatch("MYP\0\x05\0\0\0garbage", 15);
+        QVERIFY(guitest::WriteAll(env.Path("container.muo"), notPatch) &&
+                guitest::WriteAll(env.Path("v2.muo"), test::Bytes{}.muoHeader(0, 2).b));
+        for (const char* name : {"container.muo", "v2.muo"}) {
+            env.warnings.clear();
+            answer = env.Path(name);
+            form->mnuOpen_Click();
+            QCOMPARE(env.warnings.size(), size_t{1});
+            QVERIFY2(QString::fromStdString(env.warnings[0]).contains(answer + ": Unsupported patchfile."),
+                     env.warnings[0].c_str());
+            QVERIFY(form->PatchFilename == mine && form->windowTitle() == mineTitle);
+            QVERIFY(PatchBlocks[8].Count == 1 && NodeTexts(form->twMenu).contains("Sound (1)"));
+        }
+        StoreBlock(8, 2, 1, 0, ByteArray{8});
+        form->mnuSave_Click();  // to the patch's own file; the refused one is as it was
+        QCOMPARE(guitest::ReadAll(env.Path("container.muo")), notPatch);
+        QVERIFY(guitest::ReadAll(mine).size() == 45 + 2 * 17);
+
+        // Stops at its second entry: the first stays, counted, and the name is not taken.
+        QVERIFY(guitest::WriteAll(env.Path("stops.muo"),
+                                  test::Bytes{}.muoHeader(2).muo(4, 1, 0, 1, {7}).muo(300, 0, 0, 0).b));
+        env.warnings.clear();
+        answer = env.Path("stops.muo");
+        form->mnuOpen_Click();
+        QVERIFY(form->PatchFilename.isEmpty() && form->windowTitle() == kNewTitle);
+        QVERIFY(PatchBlocks[4].Count == 1 && NodeTexts(form->twMenu).contains("Art (1)"));
+        QVERIFY(env.warnings.size() == 1 && QString::fromStdString(env.warnings[0]).contains("entry 1: Overflow"));
+
+        // An empty patch file opens, and says that it gave no block.
+        env.warnings.clear();
+        answer = env.Path("empty.muo");
+        QVERIFY(guitest::WriteAll(answer, test::Bytes{}.muoHeader(0).b));
+        form->mnuOpen_Click();
+        QVERIFY(form->PatchFilename == answer && PatchBlocks[4].Count == 0);
+        QCOMPARE(env.warnings,
+                 std::vector<std::string>{answer.toStdString() + ": no block was loaded (the file counts 0 entries)."});
+        SetFileDialogOverride(nullptr);
     }
 
     void waitStateDisablesAndRefusesClose() {

@@ -18,15 +18,18 @@
 #include <functional>
 #include <initializer_list>
 
+#include "actions/mStart.h"
+#include "base/SafeSave.h"
+#include "base/cError.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "actions/mStart.h"
 #include "core/mWait.h"
+#include "formats/cMUO.h"
 #include "formats/mPatchMUO.h"
+#include "formats/mPatchUOP.h"
 #include "formats/mVerdata.h"
 #include "hostile/HostileUtil.h"
 #include "operations/mImport.h"
-#include "base/SafeSave.h"
 
 namespace quillet {
 namespace {
@@ -319,6 +322,86 @@ TEST_F(DiskFaultTest, SaveAndExportWithoutWriteAccessTellAndChangeNothing) {
         EXPECT_TRUE(NamesCause(LogLines()[0], disk + "/.patch.muo.tmp-", kDenied)) << LogLines()[0];
     }
     if (noUser) GTEST_SKIP() << "no unprivileged user: a read-only verdata.mul was not tried";
+}
+
+// ---- sources that may only be read, or not at all ----
+
+// One source of each kind, each holding Art block 1 with the byte 0x41.
+struct Sources {
+    std::string muo, uop, verdata, mul, idx;
+    void Write(const std::string& at) {
+        muo = at + "/in.muo", uop = at + "/in.uop", verdata = at + "/verdata.mul";
+        mul = at + "/art.mul", idx = at + "/art.idx";
+        test::WriteFile(muo, Bytes{}.muoHeader(1).muo(4, 1, 0, 1, {0x41}).b);
+        test::WriteFile(uop, Bytes{}.uopHeader(4, 1).uop(4, 1, 1, 0, {0x41}).b);
+        test::WriteFile(verdata, Bytes{}.le(1).verdata(4, 1, 24, 1, 0).u8(0x41).b);
+        test::WriteFile(mul, ByteArray{0x41});
+        test::WriteFile(idx, Bytes{}.record(-1, -1, 0).record(0, 1, 0).b);
+    }
+    std::vector<std::string> All() const { return {muo, uop, verdata, mul, idx}; }
+    // Each loader in turn into a fresh patch: whether each brought Art block 1.
+    std::vector<bool> Load() const {
+        std::vector<bool> loaded;
+        for (int kind = 0; kind < 4; ++kind) {
+            PatchDispose();
+            PatchNew();
+            if (kind == 0) LoadMUO(muo, 0, 255, 0, 400000);
+            if (kind == 1) LoadUOP(uop, 0, 255, 0, 400000);
+            if (kind == 2) LoadVerdata(verdata, 0, 255, 0, 400000);
+            if (kind == 3) LoadMUL(mul, idx, 4, 0, 1);
+            loaded.push_back(Slot(4, 1).Offset > 0 && ReadBlockBytes(4, 1) == ByteArray{0x41});
+        }
+        return loaded;
+    }
+};
+
+// The readers open their sources for reading only: on a read-only disk (or,
+// where none can be mounted, read-only files in a read-only folder for a
+// user the permissions bind) every source loads whole and stays as it was.
+TEST_F(DiskFaultTest, SourcesThatMayOnlyBeReadLoadWhole) {
+    MountSmallDisk(1 << 20);
+    Sources sources;
+    sources.Write(disk);
+    std::vector<ByteArray> before;
+    for (const std::string& file : sources.All()) {
+        before.push_back(test::ReadFile(file));
+        ::chmod(file.c_str(), 0444);
+    }
+    const int got = WithoutWriteAccess([&] {
+        const std::vector<bool> loaded = sources.Load();
+        cMUO muo;
+        return Bits({loaded[0], loaded[1], loaded[2], loaded[3], muo.cOpen(sources.muo) == 0});
+    });
+    if (got == -2) GTEST_SKIP() << "neither a read-only disk nor an unprivileged user";
+    ExpectBits(got, {"the MUO file loads", "the UOP file loads", "the verdata file loads", "the MUL pair loads",
+                     "a MUO file opens"});
+    for (size_t i = 0; i < before.size(); ++i) EXPECT_EQ(test::ReadFile(sources.All()[i]), before[i]);
+}
+
+// A source that cannot be read (mode 0000, for a user the permissions bind:
+// root reads anything, so root tries as the user nobody) is a failure that
+// names the file and the system's reason, and loads nothing.
+TEST_F(DiskFaultTest, SourcesThatCannotBeReadFailNamingTheFile) {
+    Sources sources;
+    sources.Write(disk);
+    for (const std::string& file : sources.All()) ::chmod(file.c_str(), 0000);
+    ::chmod(disk.c_str(), 0755);
+    const int got = Unprivileged([&] {
+        std::vector<bool> told;
+        for (const std::string& file : {sources.muo, sources.uop, sources.verdata, sources.mul}) {
+            const FailureWatch watch;
+            if (file == sources.muo) LoadMUO(file, 0, 255, 0, 400000);
+            if (file == sources.uop) LoadUOP(file, 0, 255, 0, 400000);
+            if (file == sources.verdata) LoadVerdata(file, 0, 255, 0, 400000);
+            if (file == sources.mul) LoadMUL(file, sources.idx, 4, 0, 1);
+            told.push_back(watch.Failed() && watch.First().find(file + ": ") != std::string::npos &&
+                           watch.First().find("Permission denied.") != std::string::npos);
+        }
+        return Bits({told[0], told[1], told[2], told[3], PatchBlocks[4].Count == 0});
+    });
+    if (got == -2) GTEST_SKIP() << "no unprivileged user to try as";
+    ExpectBits(got, {"the MUO file's failure is told", "the UOP file's", "the verdata file's", "the MUL file's",
+                     "nothing is loaded"});
 }
 
 // ---- files that vanish or are replaced while the work runs ----

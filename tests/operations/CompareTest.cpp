@@ -1,7 +1,8 @@
+#include "actions/mStart.h"
 #include "base/Checked.h"
+#include "base/Warnings.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "actions/mStart.h"
 #include "formats/mHues.h"
 #include "operations/OperationsTestUtil.h"
 #include "operations/mImport.h"
@@ -60,31 +61,50 @@ TEST_F(CompareTest, StoresTheAlteredSideOfWhatDiffers) {
     EXPECT_EQ(DataFileHandle.Size() - dataBefore, 12);  // only the three altered blocks with bytes
     EXPECT_TRUE(LogLines().empty());
     EXPECT_EQ(percents, (std::vector<int32_t>{30, 61, 91}));  // the walk covers the whole type
-    // A record beyond its MUL file on the base side fails at block 2: block 1
-    // stays stored, Count is not recomputed.
+    // A block beyond the end of its MUL file on the base side reads as zeros
+    // there, and is told as a warning that names the file: "ab" and zeros
+    // against "abzz" differ.
+    PatchDispose();
+    PatchNew();
+    test::WriteFile(Path("cut.idx"), Bytes{}.record(0, 4, 1).b);
+    test::WriteFile(Path("cut.mul"), Text("ab"));
+    test::WriteFile(Path("whole.idx"), Bytes{}.record(0, 4, 2).b);
+    test::WriteFile(Path("whole.mul"), Text("abzz"));
+    {
+        const WarningWatch warnings;
+        EXPECT_TRUE(CompareMUL(Path("cut.mul"), Path("cut.idx"), Path("whole.mul"), Path("whole.idx"), kArt));
+        ExpectBlock(kArt, 0, 4, 2, Text("abzz"));
+        EXPECT_EQ(warnings.Texts(),
+                  std::vector<std::string>{Path("cut.mul") + ": 1 block reaches past the end of "
+                                                             "the file; the missing bytes were read as zeros."});
+    }
+    // A record at a negative position fails at block 2: block 1 stays
+    // stored, and Count says so.
     PatchDispose();
     PatchNew();
     PatchBlocks[kArt].Count = 42;  // a stale count shows whether a recount ran
-    test::WriteFile(Path("base.idx"), Bytes{}.record(0, 3, 1).record(-1, -1, 2).record(0, 5000, 3).b);
+    test::WriteFile(Path("base.idx"), Bytes{}.record(0, 3, 1).record(-1, -1, 2).record(-7, 5, 3).b);
     EXPECT_FALSE(CompareArt());
     EXPECT_TRUE(Logged("mMuls.CompareMUL"));
     ExpectBlock(kArt, 1, 4, 101, Text("new!"));
-    EXPECT_EQ(PatchBlocks[kArt].Count, 42);
+    EXPECT_EQ(PatchBlocks[kArt].Count, 1);
     // No altered MUL file: the call ends before anything.
+    PatchBlocks[kArt].Count = 42;
     EXPECT_TRUE(CompareMUL(Path("base.mul"), Path("base.idx"), "", Path("new.idx"), kArt));
     ExpectAbsent(kArt, 0);
     EXPECT_EQ(PatchBlocks[kArt].Count, 42);
     // An altered IDX file that cannot be opened ends the call through its
-    // failure path, under the altered side's names, before any block.
+    // failure path, under the altered side's names and why, before any block.
     const std::string noIdx = Path("no folder/new.idx");
     const size_t linesBefore = LogLines().size();
     EXPECT_FALSE(CompareMUL(Path("base.mul"), Path("base.idx"), Path("new.mul"), noIdx, kArt));
     ASSERT_EQ(LogLines().size(), linesBefore + 1);
-    EXPECT_NE(LogLines().back().find("mMuls.CompareMUL: Unable to open. " + noIdx + " and " + Path("new.mul")),
+    EXPECT_NE(LogLines().back().find("mMuls.CompareMUL: Unable to open. " + noIdx + " and " + Path("new.mul") + " (" +
+                                     noIdx + ": No such file or directory.)"),
               std::string::npos)
         << LogLines().back();
     ExpectAbsent(kArt, 0);
-    EXPECT_EQ(PatchBlocks[kArt].Count, 42);
+    EXPECT_EQ(PatchBlocks[kArt].Count, 1);
 }
 
 // Blocks of one byte: the byte itself decides, as for any longer block.
