@@ -495,6 +495,17 @@ int main(int argc, char** argv) {
              StoreOneGigabyteBlock();
          },
          [&] { return ExportVerdata(In("export")); }, nullptr},
+        // What info, list and every other command do first: the patch file
+        // loaded into a fresh patch, its one block streamed into the scratch file.
+        {"8c LoadMUO, 1 GB block",
+         [&] {
+             if (fs::exists(In("big.muo")) && fs::file_size(In("big.muo")) == 45u + 16u + uint64_t{kGigabyte})
+                 return;
+             StoreOneGigabyteBlock();  // when case 8a did not run
+             SaveMUO(In("big.muo"));
+             PatchNew();
+         },
+         [&] { return LoadMUO(In("big.muo"), 0, 255, 0, INT32_MAX) && Slot(4, 1).Size == kGigabyte; }, nullptr},
         // The client's lookup in a registry of 109 MiB: what the GUI's start
         // and the CLI's client command wait for.
         {"9 cUO, 109 MiB registry",
