@@ -526,7 +526,7 @@ int main(int argc, char** argv) {
     std::printf("runs per case: %d (median); case 6 needs the GUI build (list models)\n", runs);
 #endif
     std::printf(
-        "cases 8: the 1 GB block is put into the scratch file directly (untimed, but in the peak);\n"
+        "cases 8a, 8b: the 1 GB block is put into the scratch file directly (untimed, but in the peak);\n"
         "the peak is that of the whole child, the memory it shares with this program included\n");
     std::printf("%-26s %10s %12s %7s %10s\n", "case", "median ms", "baseline ms", "ratio", "peak MiB");
     int failures = 0;
