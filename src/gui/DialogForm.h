@@ -38,7 +38,7 @@ inline QLabel* MakeLabel(QWidget* form, const char* name, const char* caption, b
     return label;
 }
 
-// A text box at least its design width wide.
+// A text box at least its drawn width wide.
 inline QLineEdit* MakeText(QWidget* form, const char* name, const char* text, int width) {
     auto* edit = new QLineEdit(text, form);
     edit->setObjectName(name);
@@ -54,7 +54,7 @@ inline QStatusBar* MakeStatusBar(QWidget* form) {
     return bar;
 }
 
-// A button at least its design size, and never smaller than its caption
+// A button at least its drawn size, and never smaller than its caption
 // needs; Return does not press it unless it is
 // the dialog's default.
 inline QPushButton* MakeButton(QWidget* form, const char* name, const char* caption, int width, int height) {
@@ -65,7 +65,7 @@ inline QPushButton* MakeButton(QWidget* form, const char* name, const char* capt
     return button;
 }
 
-// A "..." button beside a path box: as narrow as the design has it, unless
+// A "..." button beside a path box: as narrow as the dialog was drawn with it, unless
 // the font needs more.
 inline QPushButton* MakeBrowseButton(QWidget* form, const char* name) {
     auto* button = MakeButton(form, name, "...", 375, kBoxHeight);
@@ -74,7 +74,7 @@ inline QPushButton* MakeBrowseButton(QWidget* form, const char* name) {
     return button;
 }
 
-// A box for a limit keeps its width: the design's, or what a number of
+// A box for a limit keeps its width: the drawn one, or what a number of
 // seven digits needs in a larger font.
 inline void KeepWidth(QLineEdit* box) {
     box->setFixedWidth(
@@ -158,12 +158,12 @@ protected:
         fields->setRowMinimumHeight(row, Px(kGroupGap) - Px(kRowGap));
     }
 
-    // The design's client size is the least the dialog takes; a font that
+    // The drawn client size is the least the dialog takes; a font that
     // needs more gets more. Only a dialog with a path box grows, and only in
     // width, where the path can use it.
-    void Fit(int designWidth, int designHeight, bool growsSideways) {
+    void Fit(int drawnWidth, int drawnHeight, bool growsSideways) {
         layout()->activate();
-        const QSize least = QSize(Px(designWidth), Px(designHeight)).expandedTo(layout()->totalMinimumSize());
+        const QSize least = QSize(Px(drawnWidth), Px(drawnHeight)).expandedTo(layout()->totalMinimumSize());
         if (growsSideways) {
             setMinimumSize(least);
             setMaximumHeight(least.height());

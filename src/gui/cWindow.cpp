@@ -84,7 +84,7 @@ void cWindow::wLoad(QWidget* oForm, bool Resize) {
         auto store = Store(oForm);
         QSettings& settings = *store;
         const double left = Number(settings.value("Left", "-1"));
-        if (left == -1) return;  // never saved: design position and size
+        if (left == -1) return;  // never saved: the drawn position and size
         const QRect screen = ScreenRect(oForm);
         int x = static_cast<int>(left) / kTwipsPerPixel;
         int y = static_cast<int>(Number(settings.value("Top"))) / kTwipsPerPixel;

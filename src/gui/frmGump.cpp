@@ -19,7 +19,7 @@ namespace quillet {
 
 namespace {
 
-// The design's client area is 6315 wide, with a picture box off to its
+// The drawn client area is 6315 wide, with a picture box off to its
 // right; this height holds the two rows and the buttons with the same
 // margin below as above.
 constexpr int kClientHeight = 1500;

@@ -73,8 +73,8 @@ frmHexView::frmHexView(QWidget* parent) : QDialog(parent) {
         font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
         font.setPointSizeF(8.25);
     }
-    // Headings and rows alike in the list's font, which the columns' design
-    // widths were made for; a row is as high as that font needs.
+    // Headings and rows alike in the list's font, which the columns' drawn widths
+    // were made for; a row is as high as that font needs.
     lvHex->setFont(font);
     lvHex->horizontalHeader()->setFont(font);
     lvHex->verticalHeader()->setDefaultSectionSize(QFontMetrics(font).height() + 2);

@@ -54,7 +54,7 @@ namespace quillet {
 namespace {
 frmStart* gInstance = nullptr;
 
-// Design lengths in twips: the tree's width, the heading's height, the
+// Drawn lengths in twips: the tree's width, the heading's height, the
 // margins around the client area, the gap between heading and page. The
 // splitter's handle, between tree and heading, is as wide as the style has it.
 constexpr int kTreeWidth = 1935;

@@ -21,7 +21,7 @@ class tst_cWindow : public QObject {
     }
 
 private Q_SLOTS:
-    void firstRunKeepsTheDesignPlace() {
+    void firstRunKeepsTheDrawnPlace() {
         QWidget form;
         form.setObjectName("frmFresh");
         form.setGeometry(30, 40, 300, 200);

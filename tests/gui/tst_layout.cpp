@@ -1,4 +1,4 @@
-// Every window at a small, a common and a large font: no text cut, no control over another, the design's
+// Every window at a small, a common and a large font: no text cut, no control over another, the drawn
 // sizes as the least a dialog takes, paths that grow with the dialog, a tree that shows its longest text,
 // and a first start that shows the whole map page on a screen with room for it.
 #include <QApplication>

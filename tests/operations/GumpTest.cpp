@@ -41,7 +41,7 @@ const RGB kRed{255, 0, 0};
 
 using GumpTest = test::OperationsTest;
 
-TEST_F(GumpTest, TheDesignsTwoPicturesReplacingTheSlot) {
+TEST_F(GumpTest, TwoPicturesReplacingTheSlot) {
     // 4 by 2, all black: row starts 2 and 3, then one run (0, 4) per row.
     Gump_LoadBMP(FakePicture(4, 2, [](int32_t, int32_t) { return kBlack; }), 0x10);
     ExpectSlot(kGumps, 16, 16, 262146, true);
