@@ -14,10 +14,9 @@
 namespace quillet::cli {
 namespace {
 
-// Names the signal handler removes; plain buffers, as a handler may only
-// read memory that nobody is changing.
+// The scratch file's name for the signal handler; a plain buffer, as a
+// handler may only read memory that nobody is changing.
 char scratchName[4096];
-char saveTempName[4096];
 
 void Remember(char (&buffer)[4096], const std::string& name) {
     if (name.size() >= sizeof buffer) {
@@ -31,7 +30,6 @@ extern "C" void CleanUpAndExit(int signal) {
     // The temporary file of a save or an export under way (an export's
     // verdata.tmp only once it is this run's, under the directory's lock).
     RemoveClaimedTempFiles();
-    if (saveTempName[0] != '\0') ::unlink(saveTempName);
     if (scratchName[0] != '\0') ::unlink(scratchName);
     ::_exit(128 + signal);
 }
@@ -91,11 +89,7 @@ PatchSession::~PatchSession() {
 int PatchSession::Finish() {
     if (failures_.Failed()) return 1;
     if (!changed_) return 0;
-    const std::string target = out_.empty() ? path_ : out_;
-    Remember(saveTempName, TempNameBeside(target));
-    const Result saved = SavePatch(target);
-    saveTempName[0] = '\0';
-    return StatusOf(saved);
+    return StatusOf(SavePatch(out_.empty() ? path_ : out_));
 }
 
 }  // namespace quillet::cli
