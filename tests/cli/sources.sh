@@ -81,9 +81,13 @@ if [ $mounted = yes ]; then umount "$ro"; trap - EXIT; else chmod 0755 "$ro"; fi
 # Sources that cannot be read (mode 0000): root reads anything, so root
 # tries as the user nobody, where that can be done.
 if [ "$(id -u)" = 0 ]; then
-  if setpriv --reuid=65534 --regid=65534 --clear-groups true 2>/dev/null; then
-    run_as="setpriv --reuid=65534 --regid=65534 --clear-groups"
-    chmod 0777 "$scratch" "$scratch/tmp"
+  nobody="setpriv --reuid=65534 --regid=65534 --clear-groups"
+  chmod 0777 "$scratch" "$scratch/tmp"
+  # Only where nobody can run the program and reach the scratch folder (a
+  # clone in a private home folder is out of its reach).
+  # shellcheck disable=SC2086
+  if $nobody "$cli" --version >/dev/null 2>&1 && $nobody test -w "$scratch/tmp" 2>/dev/null; then
+    run_as=$nobody
   else
     run_as=skip
   fi
