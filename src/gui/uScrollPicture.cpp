@@ -69,18 +69,13 @@ uScrollPicture::uScrollPicture(QWidget* parent) : QWidget(parent), picture_(kWid
     frameLayout->setContentsMargins(0, 0, 0, 0);
     frameLayout->addWidget(picScroll);
 
-    // The note keeps the window's own look, so it reads as text, not picture.
+    // The note stands under the scrolled picture, in the window's own look,
+    // and wraps to the width there is: it never scrolls out of sight.
     lblNote = new QLabel;
     lblNote->setObjectName("lblNote");
     lblNote->setWordWrap(true);
     lblNote->setMargin(4);
-    lblNote->setAutoFillBackground(true);
     lblNote->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    QPalette notePalette;
-    notePalette.setColor(QPalette::Window, palette().color(QPalette::Window));
-    notePalette.setColor(QPalette::WindowText, palette().color(QPalette::WindowText));
-    lblNote->setPalette(notePalette);
-    lblNote->setFixedWidth(kWidth + 2);
     lblNote->hide();
 
     auto* content = new QWidget;
@@ -93,7 +88,6 @@ uScrollPicture::uScrollPicture(QWidget* parent) : QWidget(parent), picture_(kWid
     contentLayout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     contentLayout->setSpacing(kMargin);
     contentLayout->addWidget(frame, 0, Qt::AlignLeft | Qt::AlignTop);
-    contentLayout->addWidget(lblNote, 0, Qt::AlignLeft | Qt::AlignTop);
     contentLayout->addStretch(1);
 
     scrollArea = new QScrollArea(this);
@@ -104,7 +98,9 @@ uScrollPicture::uScrollPicture(QWidget* parent) : QWidget(parent), picture_(kWid
     scrollArea->viewport()->setPalette(surround);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(scrollArea);
+    layout->setSpacing(0);  // the note's own margin stands between them
+    layout->addWidget(scrollArea, 1);
+    layout->addWidget(lblNote);
 
     Cls();
     Refresh();
@@ -113,7 +109,7 @@ uScrollPicture::uScrollPicture(QWidget* parent) : QWidget(parent), picture_(kWid
 QSize uScrollPicture::sizeHint() const {
     const int frame = 2 * scrollArea->frameWidth();
     int height = 2 * kMargin + kHeight + 2;
-    if (!lblNote->isHidden()) height += kMargin + lblNote->heightForWidth(lblNote->width());
+    if (!lblNote->isHidden()) height += lblNote->heightForWidth(kWidth + 2 * kMargin + 2 + frame);
     return {2 * kMargin + kWidth + 2 + frame, height + frame};
 }
 
