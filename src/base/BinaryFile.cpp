@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/Checked.h"
+
 namespace quillet {
 
 BinaryFile::~BinaryFile() { Close(); }
@@ -195,6 +197,16 @@ void FileWriter::Write(const uint8_t* data, size_t count) {
 void FileWriter::Failed() {
     if (ok_) error_ = errno != 0 ? errno : EIO;
     ok_ = false;
+}
+
+void FileWriter::Write(int64_t count, const ByteFeed& source) {
+    int64_t passed = 0;
+    source([&](const uint8_t* data, size_t piece) {
+        passed += static_cast<int64_t>(piece);
+        if (passed > count) Fail(kSubscript);
+        Write(data, piece);
+    });
+    if (passed != count) Fail(kSubscript);
 }
 
 bool FileWriter::Flush() {

@@ -148,6 +148,9 @@ class FileWriter {
 public:
     explicit FileWriter(BinaryFile& file, int64_t start = 0, size_t window = 1 << 16);
     void Write(const uint8_t* data, size_t count);
+    // Writes the count bytes that source hands over, in its pieces; a source
+    // that hands over another number of bytes is a Failure.
+    void Write(int64_t count, const ByteFeed& source);
     bool Flush();
     int64_t Position() const { return start_ + static_cast<int64_t>(buffer_.size()); }
     bool Ok() const { return ok_; }

@@ -176,15 +176,7 @@ int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteAr
     StoreI32(head + 8, Extra);
     StoreI32(head + 12, ByteArraySize);
     writer_->Write(head, sizeof head);
-    if (ByteArraySize > 0) {
-        int64_t passed = 0;
-        source([&](const uint8_t* data, size_t count) {
-            passed += static_cast<int64_t>(count);
-            if (passed > ByteArraySize) Fail(kSubscript);
-            writer_->Write(data, count);
-        });
-        if (passed != ByteArraySize) Fail(kSubscript);
-    }
+    if (ByteArraySize > 0) writer_->Write(ByteArraySize, source);
     Changed = true;
     BlockCount = AddLong(BlockCount, 1);
     return ByteArraySize == 0 ? -1 : ByteArraySize;

@@ -162,15 +162,7 @@ int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t By
     uint8_t entry[kVerdataEntrySize];
     StoreEntry(entry, FileID, Block, position, ByteArraySize, Extra);
     index_->Write(entry, sizeof entry);
-    if (ByteArraySize > 0) {
-        int64_t passed = 0;
-        source([&](const uint8_t* data, size_t count) {
-            passed += static_cast<int64_t>(count);
-            if (passed > ByteArraySize) Fail(kSubscript);
-            data_->Write(data, count);
-        });
-        if (passed != ByteArraySize) Fail(kSubscript);
-    }
+    if (ByteArraySize > 0) data_->Write(ByteArraySize, source);
     BlockCount = AddLong(BlockCount, 1);
     windowEntries_ = 0;
     return ByteArraySize;
