@@ -110,13 +110,18 @@ uint64_t ReadFile(const std::string& from) {
 
 class MemorySurface : public PictureSurface {
 public:
-    MemorySurface() : pixels_(static_cast<size_t>(kGridColumns) * kGridRows) {}
+    MemorySurface() : pixels_(static_cast<size_t>(kClassicColumns) * kGridRows) {}
+    void SetWidth(int32_t width) override {
+        width_ = width;
+        pixels_.resize(static_cast<size_t>(width) * kGridRows);
+    }
     void Cls() override { std::fill(pixels_.begin(), pixels_.end(), 0xFFFFFFFFu); }
     void Refresh() override { ++refreshed; }
-    Canvas hDC() override { return Canvas{pixels_.data(), kGridColumns, kGridRows, kGridColumns}; }
+    Canvas hDC() override { return Canvas{pixels_.data(), width_, kGridRows, width_}; }
     int refreshed = 0;
 
 private:
+    int32_t width_ = kClassicColumns;
     std::vector<uint32_t> pixels_;
 };
 
