@@ -54,6 +54,7 @@ using namespace quillet;
 namespace {
 
 constexpr int32_t kMapLastBlock = sample::kMapColumns * sample::kMapRows - 1;
+constexpr int32_t kWideMapLastBlock = 896 * sample::kMapRows - 1;  // a Mondain's Legacy map
 constexpr int32_t kVerdataEntries = 20000;
 constexpr size_t kCopyBuffer = 1 << 20;
 
@@ -110,13 +111,19 @@ uint64_t ReadFile(const std::string& from) {
 
 class MemorySurface : public PictureSurface {
 public:
-    MemorySurface() : pixels_(static_cast<size_t>(kGridColumns) * kGridRows) {}
+    MemorySurface() : pixels_(static_cast<size_t>(kClassicColumns) * kGridRows) {}
+    void SetWidth(int32_t width) override {
+        width_ = width;
+        pixels_.resize(static_cast<size_t>(width) * kGridRows);
+    }
     void Cls() override { std::fill(pixels_.begin(), pixels_.end(), 0xFFFFFFFFu); }
     void Refresh() override { ++refreshed; }
-    Canvas hDC() override { return Canvas{pixels_.data(), kGridColumns, kGridRows, kGridColumns}; }
+    Canvas hDC() override { return Canvas{pixels_.data(), width_, kGridRows, width_}; }
+    int32_t Width() const { return width_; }
     int refreshed = 0;
 
 private:
+    int32_t width_ = kClassicColumns;
     std::vector<uint32_t> pixels_;
 };
 
@@ -304,6 +311,22 @@ bool StoredAll(const std::string& mul) {
     return DataFileHandle.Size() == static_cast<int64_t>(fs::file_size(mul));
 }
 
+// map0.mul followed by its first 65536 blocks again: 896 x 512 blocks.
+void MakeWideMap(const std::string& wide) {
+    if (fs::exists(wide)) return;
+    CopyFile(In("map0.mul"), wide);
+    std::FILE* in = std::fopen(In("map0.mul").c_str(), "rb");
+    std::FILE* out = std::fopen(wide.c_str(), "ab");
+    std::vector<char> chunk(static_cast<size_t>(kWideMapLastBlock - kMapLastBlock) * sample::kMapBlockSize);
+    const bool ok = in && out && std::fread(chunk.data(), 1, chunk.size(), in) == chunk.size() &&
+                    std::fwrite(chunk.data(), 1, chunk.size(), out) == chunk.size();
+    if (in) std::fclose(in);
+    if ((out && std::fclose(out) != 0) || !ok) {
+        std::fprintf(stderr, "cannot write %s\n", wide.c_str());
+        std::exit(1);
+    }
+}
+
 void MakeMapMUO(const std::string& muo) {
     LoadMUL(In("map0.mul"), "", 0, 0, kMapLastBlock);
     SaveMUO(muo);
@@ -454,6 +477,22 @@ int main(int argc, char** argv) {
              MemorySurface page;
              DrawStatics(page);
              return page.refreshed == 1;
+         },
+         nullptr},
+        {"4c DrawMap 896 wide",
+         [&] {
+             // The 768 columns of the sample map and 128 more of its first blocks, under the block
+             // ranges of a current map: the page every block of 896 x 512 covers.
+             MakeWideMap(In("map0-wide.mul"));
+             RegisterMUL(0, "Map", sample::kMapBlockSize, kWideMapLastBlock, 10, PageRef::Map(), 0);
+             RegisterMUL(2, "Statics", 0, kWideMapLastBlock, 11, PageRef::Statics(), 0);
+             CreatePatchStructures();
+             LoadMUL(In("map0-wide.mul"), "", 0, 0, kWideMapLastBlock);
+         },
+         [&] {
+             MemorySurface page;
+             DrawMap(page);
+             return page.refreshed == 1 && page.Width() == 896 && PatchBlocks[0].Count == kWideMapLastBlock + 1;
          },
          nullptr},
         {"5a LoadMUL Art 65537", nullptr,

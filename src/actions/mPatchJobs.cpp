@@ -1,8 +1,11 @@
 #include "actions/mPatchJobs.h"
 
+#include <algorithm>
+
 #include "actions/RunJob.h"
 #include "actions/mStart.h"
 #include "base/cError.h"
+#include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "formats/FormatCodes.h"
 #include "formats/cMUO.h"
@@ -22,8 +25,13 @@ Result OpenPatch(const std::string& PatchFilename) {
 
 Result LoadPatchFile(const std::string& PatchFilename) {
     if (!gFileIO.FileExist(PatchFilename)) return Result::Success();
+    // The whole of every type: 400000 lies above every classic range, and a
+    // type's range may reach past it (458751 for a current map). Blocks past
+    // their type's range are told and left out by the load itself.
+    int32_t lastBlock = 400000;
+    for (const FileTypeRec& type : FileTypes) lastBlock = std::max(lastBlock, type.NbrOfBlocks);
     return RunJob("Loading MUO. Please wait.", "mPatchJobs.LoadPatchFile",
-                  [&] { return LoadMUO(PatchFilename, 0, 255, 0, 400000); });
+                  [&] { return LoadMUO(PatchFilename, 0, 255, 0, lastBlock); });
 }
 
 Result SavePatch(const std::string& PatchFilename) {

@@ -18,7 +18,8 @@ int RunExport(CommandContext& context) {
     // directories may run side by side.
     PatchSession patch(context.args, PatchAccess::Read);
     const LockWait wait = context.args.Has("--no-wait") ? LockWait::NoWait : LockWait::Wait;
-    if (const Result exported = ExportToVerdata(dir, wait); !exported) return StatusOf(exported);
+    const MissingVerdata missing = context.args.Has("--create") ? MissingVerdata::Create : MissingVerdata::Tell;
+    if (const Result exported = ExportToVerdata(dir, wait, missing); !exported) return StatusOf(exported);
     return patch.Finish();
 }
 
@@ -28,8 +29,11 @@ void AddExportCommands(std::vector<CommandSpec>& table) {
     table.push_back(
         {"export",
          "write the patch into D/verdata.mul by way of D/verdata.tmp, keeping the old file as D/verdata.bak",
-         {"export --patch P --dir D"},
-         {PatchOption(), NoWaitOption(), {"--dir", "D", "the directory that holds the verdata.mul to rewrite"}},
+         {"export --patch P --dir D [--create]"},
+         {PatchOption(),
+          NoWaitOption(),
+          {"--dir", "D", "the directory that holds the verdata.mul to rewrite"},
+          {"--create", "", "start a new, empty D/verdata.mul when D has none, and export into it"}},
          "The new verdata.mul holds the entries of the old one followed by every block of the patch. It is "
          "written as D/verdata.tmp first and takes the name verdata.mul only when complete, so verdata.mul "
          "names a whole file at every moment. The old file is kept as D/verdata.bak; an older verdata.bak "
@@ -39,7 +43,13 @@ void AddExportCommands(std::vector<CommandSpec>& table) {
          "D is locked for the whole export: a second "
          "export into D waits, or with --no-wait ends at once. A message that says the export did not happen "
          "(no blocks in the patch, no verdata.mul, a file that cannot be opened or created, D in use) goes to "
-         "stderr and makes the exit status 1. The patch file is not changed.",
+         "stderr and makes the exit status 1. The patch file is not changed.\n\n"
+         "Without --create, a D without verdata.mul is such a message, with a second line that names the "
+         "directory looked in. With --create the export first writes an empty verdata.mul there (the 4 bytes "
+         "of an entry count of 0, mode 0666 less the umask), never over a file that stands there by then, and "
+         "then exports into it as into any other; no verdata.bak is made of it, and older backups stay as they "
+         "are. An export that then fails takes the empty file away again. A patch without blocks creates "
+         "nothing.",
          RunExport});
 }
 

@@ -129,19 +129,28 @@ int RunDeleteRect(CommandContext& context) {
 void AddPictureCommands(std::vector<CommandSpec>& table) {
     table.push_back(
         {"render",
-         "draw the overview picture of the map or statics page, 768 by 512, as a PNG",
+         "draw the overview picture of the map or statics page, 768 (or 896) by 512, as a PNG",
          {"render --patch P --page map|statics [--radarcol F] --to OUT.png"},
-         {PatchOption(), NoWaitOption(), {"--page", "map|statics", "which page"},
+         {PatchOption(),
+          NoWaitOption(),
+          {"--page", "map|statics", "which page"},
           {"--radarcol", "F", "the radar colour file (default: the client's radarcol.mul)"},
           {"--to", "OUT.png", "the picture to write; an existing file is replaced whole"}},
-         "One pixel per block, block = X * 512 + Y. The map page colours a block by the land tile of its first "
-         "cell; the statics page by its first static item, and shows a block that is in the patch without bytes "
+         "One pixel per block, block = X * 512 + Y: column X, row Y. The picture is 768 by 512 while every "
+         "Map and Statics block of the patch lies in the classic grid (blocks 0 to 393215), and 896 by 512 "
+         "(a Mondain's Legacy map) when any lies beyond it; both pages have the same width. The map page "
+         "colours a block by the land tile of its first cell; the statics page by its first static item, and shows a "
+         "block that is in the patch without bytes "
          "in black. A block that is not in the patch keeps the background, light grey (239, 239, 239). Without "
          "--radarcol the colours come from radarcol.mul in the client's directory, found through the registry "
          "(see the client command); when there is none, every block is drawn black, and a warning says so.\n\n"
+         "The radar colour file holds a colour per land tile (0 to 16383) and then per static item. A file of "
+         "65536 entries (131072 bytes) or fewer colours the items up to 49151 (a shorter file gives black for "
+         "what it lacks); a longer one, as High Seas clients have (0x14000 entries), colours the items up to "
+         "65535.\n\n"
          "A block too short for its colour (under 6 bytes on the map, under 2 on statics) or a static item "
-         "number of 49152 or more stops the drawing: that is a failure (exit status 1) and no picture is "
-         "written.",
+         "number that the radar colour file has no colour for (49152 or more with a file of 65536 entries) "
+         "stops the drawing: that is a failure (exit status 1) and no picture is written.",
          RunRender});
     table.push_back(
         {"client",

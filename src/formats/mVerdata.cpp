@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/BinaryFile.h"
 #include "base/FilePaths.h"
 #include "base/SafeSave.h"
 #include "base/Warnings.h"
@@ -63,6 +64,42 @@ std::string WithReason(const std::string& text, const std::string& path, const s
     return text + "\r\n" + path + ": " + why;
 }
 
+// An empty verdata.mul (a count of 0) at path, made only where no file
+// stands: O_EXCL, so a file that appeared meanwhile is never replaced.
+// Answers 0 and the new file's identity, EEXIST when the name is taken, or
+// the errno of another failure (nothing is left behind then).
+int StartEmptyVerdata(const std::string& path, FileIdentity& started) {
+    BinaryFile file;
+    if (!file.Open(path, BinaryFile::Mode::CreateNew, 0666)) return errno;
+    struct stat st {};
+    if (::fstat(file.Descriptor(), &st) != 0) return errno;  // cannot happen on an open file
+    const FileIdentity made{static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino)};
+    const uint8_t noEntries[kVerdataHeaderSize] = {};
+    if (!file.WriteAt(0, noEntries, sizeof noEntries) || !file.Sync()) {
+        const int error = errno;
+        file.Close();
+        RemoveIfSame(path, made);
+        return error;
+    }
+    file.Close();
+    SyncDirectory(DirectoryOf(path));
+    started = made;
+    return 0;
+}
+
+// The empty verdata.mul an export started: taken away again unless the
+// export's own file took its place.
+struct StartedVerdata {
+    std::string path;
+    FileIdentity identity;  // all zero while none was started
+    StartedVerdata() = default;
+    StartedVerdata(const StartedVerdata&) = delete;
+    StartedVerdata& operator=(const StartedVerdata&) = delete;
+    ~StartedVerdata() {
+        if (identity != FileIdentity{}) RemoveIfSame(path, identity);
+    }
+};
+
 // The swap after verdata.tmp is complete and on the disk.
 //
 // Backups: the file that verdata.mul was before this export becomes
@@ -77,10 +114,23 @@ std::string WithReason(const std::string& text, const std::string& path, const s
 // replaces it in one step. Only a file system without hard links moves the
 // old file away first, which leaves verdata.mul missing between two renames.
 // Any step that fails undoes the steps before it and throws.
-void SwapInNewVerdata(const ExportNames& names, const FileIdentity& written) {
+//
+// A verdata.mul that this export started empty (of identity started) was
+// never the user's: it is replaced without a backup, and the backups there
+// are stay as they are.
+void SwapInNewVerdata(const ExportNames& names, const FileIdentity& written, const FileIdentity& started) {
     const std::string& mul = names.mul;
     const std::string& tmp = names.tmp;
     const std::string bak = names.dir + names.stem + ".bak";
+
+    if (started != FileIdentity{} && IdentityOf(mul) == started) {
+        const bool stillOurs = IdentityOf(tmp) == written;
+        if (!stillOurs || std::rename(tmp.c_str(), mul.c_str()) != 0)
+            Fail("Cannot rename " + tmp + " to " + mul + ": " +
+                 (stillOurs ? ErrnoText(errno) : "it is no longer the file this export wrote"));
+        SyncDirectory(names.dir);
+        return;
+    }
 
     std::string olderBackup;
     if (NameTaken(bak)) {
@@ -175,20 +225,31 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
     }
 }
 
-bool ExportVerdata(const std::string& Directory, LockWait wait) {
+int64_t ExportedBlockCount() {
+    int64_t count = 0;
+    for (int id = 0; id <= kLastExportedFileID; ++id) {
+        if (FileTypes[id].Name.empty()) continue;
+        for (const PatchBlock& slot : PatchBlocks[id].Blocks)
+            if (slot.Offset > -1) ++count;
+    }
+    return count;
+}
+
+bool VerdataMissing(const std::string& Directory) {
+    std::string real;
+    return ResolveLinks(WithSlash(Directory) + "verdata.mul", real) == 0 && !NameTaken(real);
+}
+
+bool ExportVerdata(const std::string& Directory, LockWait wait, MissingVerdata missing) {
     const std::string given = WithSlash(Directory) + "verdata.mul";
     ExportNames names;
     bool created = false;
     FileIdentity written;  // of the verdata.tmp this export made; no other is touched
-    FileLock directoryLock;  // before claim: it is released after it
+    FileLock directoryLock;  // before claim and started: it is released after them
+    StartedVerdata started;
     TempClaim claim;
     try {
-        int64_t patchTotal = 0;
-        for (int id = 0; id <= kLastExportedFileID; ++id) {
-            if (FileTypes[id].Name.empty()) continue;
-            for (const PatchBlock& slot : PatchBlocks[id].Blocks)
-                if (slot.Offset > -1) ++patchTotal;
-        }
+        const int64_t patchTotal = ExportedBlockCount();
         if (patchTotal == 0) {
             MsgBox("There are no blocks in the patch to save.");
             return false;
@@ -214,8 +275,23 @@ bool ExportVerdata(const std::string& Directory, LockWait wait) {
                 return false;
             }
         }
+        if (missing == MissingVerdata::Create && !NameTaken(names.mul)) {
+            started.path = names.mul;
+            const int error = StartEmptyVerdata(names.mul, started.identity);
+            // A file that appeared meanwhile is kept, and exported into below.
+            if (error != 0 && error != EEXIST) {
+                MsgBox(WithReason(kCannotCreate, names.mul, ErrnoText(error)));
+                return false;
+            }
+        }
         if (!gFileIO.FileExist(names.mul)) {
-            MsgBox(WithReason(kNoVerdata, names.mul, WhyNotAFile(names.mul)));
+            // Nothing under the name: the message says where it was looked
+            // for. Something else under it: what it is.
+            if (!NameTaken(names.mul))
+                MsgBox(kNoVerdata + "\r\nLooked in " + Shown(names.dir) +
+                       (names.mul == given ? "" : " (where the link " + given + " leads)"));
+            else
+                MsgBox(WithReason(kNoVerdata, names.mul, WhyNotAFile(names.mul)));
             return false;
         }
         cVerdata oldFile;
@@ -323,7 +399,8 @@ bool ExportVerdata(const std::string& Directory, LockWait wait) {
             Fail(newFile.cError(code) + " " + names.tmp + ": " + ErrnoText(newFile.LastError()));
 
         claim.Ready(kept);
-        SwapInNewVerdata(names, written);
+        SwapInNewVerdata(names, written, started.identity);
+        started.identity = {};  // the new file stands in its place
         return true;
     } catch (...) {
         if (created) RemoveIfSame(names.tmp, written);

@@ -23,6 +23,21 @@ namespace quillet {
 bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFileID, int32_t FromBlock,
                  int32_t ToBlock);
 
+// What an export does in a directory without a verdata.mul: nothing stands
+// under the name, nor where a link of that name leads.
+enum class MissingVerdata : unsigned char {
+    Tell,    // the message that there is none, and no export
+    Create,  // a new, empty verdata.mul (a count of 0) first, then the export into it
+};
+
+// The blocks an export writes from the patch: every present block (Offset
+// above -1) of FileID 0..250.
+int64_t ExportedBlockCount();
+
+// Whether Directory holds no verdata.mul in the sense of MissingVerdata
+// (something else under the name, a folder say, is not missing).
+bool VerdataMissing(const std::string& Directory);
+
 // Rewrites Directory/verdata.mul as the old file's entries followed by every
 // present block of FileID 0..250, by FileID and Block. The new file is built
 // as verdata.tmp and put on the disk before it takes the name verdata.mul,
@@ -42,12 +57,20 @@ bool LoadVerdata(const std::string& Filename, uint8_t FromFileID, uint8_t ToFile
 // zeros for what is missing, and entries the old file counts but does not
 // hold are left out; both are told as warnings (base/Warnings.h).
 //
+// A missing verdata.mul (MissingVerdata) is told, naming the directory
+// looked in, or with MissingVerdata::Create started: a file of the 4 bytes
+// of a count of 0, created only where no file stands (a file that appears
+// meanwhile is never replaced, and is exported into as any other). A file
+// the export started gets no backup, as it held nothing of the user's.
+//
 // Answers true when the new verdata.mul is in place. Otherwise the user has
 // been told by a message (no blocks, no verdata.mul, it cannot be opened, the
 // new file cannot be created, the directory is in use) or the failure is
-// logged; in both cases verdata.mul and every backup are as they were and no
+// logged; in both cases verdata.mul and every backup are as they were (an
+// empty verdata.mul that the export started is taken away again) and no
 // verdata.tmp is left. Directory may end in '/' or not; the GUI passes the
 // program's directory.
-bool ExportVerdata(const std::string& Directory, LockWait wait = LockWait::Wait);
+bool ExportVerdata(const std::string& Directory, LockWait wait = LockWait::Wait,
+                   MissingVerdata missing = MissingVerdata::Tell);
 
 }  // namespace quillet

@@ -1,12 +1,15 @@
 #include "frmExport.h"
 
 #include <QComboBox>
+#include <QDir>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QStatusBar>
 
-#include "cWindow.h"
 #include "actions/mExportJob.h"
+#include "base/AppInfo.h"
+#include "cWindow.h"
 #include "core/mWait.h"
 #include "support/Services.h"
 
@@ -59,8 +62,25 @@ void frmExport::cmdExport_Click() {
     // does not change the patch, nothing is refreshed.
     // Another program exporting into the same folder is told at once
     // (NoWait): a window that hangs until that one ends tells nothing.
+    // Without a verdata.mul beside the program the user chooses: a new, empty
+    // one to export into, or no export at all (the dialog closes, nothing is
+    // written).
+    MissingVerdata missing = MissingVerdata::Tell;
+    if (ExportNeedsNewVerdata(gFileIO.exepath)) {
+        const QString where = QDir::cleanPath(QString::fromStdString(gFileIO.exepath));
+        const auto answer =
+            QMessageBox::question(this, kAppTitle,
+                                  "There is no verdata.mul in " + where +
+                                      ".\n\nCreate a new, empty verdata.mul there and export the patch into it?",
+                                  QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+        if (answer != QMessageBox::Yes) {
+            done(QDialog::Rejected);
+            return;
+        }
+        missing = MissingVerdata::Create;
+    }
     hide();
-    const Result exported = ExportToVerdata(gFileIO.exepath, LockWait::NoWait);
+    const Result exported = ExportToVerdata(gFileIO.exepath, LockWait::NoWait, missing);
     if (!exported && !exported.WasShown())
         MsgBox("verdata.mul was not written; the file that was there is unchanged. The log tells why.");
     if (!exported.Warnings().empty()) {

@@ -29,7 +29,7 @@ class PictureBox : public QWidget {
 public:
     explicit PictureBox(uScrollPicture* owner) : QWidget(nullptr), owner_(owner) {
         setObjectName("picScroll");
-        setFixedSize(uScrollPicture::kWidth, uScrollPicture::kHeight);
+        setFixedSize(uScrollPicture::kClassicWidth, uScrollPicture::kHeight);
         setAttribute(Qt::WA_OpaquePaintEvent);
         setMouseTracking(true);
     }
@@ -59,7 +59,8 @@ private:
     uScrollPicture* owner_;
 };
 
-uScrollPicture::uScrollPicture(QWidget* parent) : QWidget(parent), picture_(kWidth, kHeight, QImage::Format_RGB32) {
+uScrollPicture::uScrollPicture(QWidget* parent)
+    : QWidget(parent), picture_(kClassicWidth, kHeight, QImage::Format_RGB32) {
     picScroll = new PictureBox(this);
     auto* frame = new QFrame;
     frame->setObjectName("picFrame");
@@ -108,9 +109,26 @@ uScrollPicture::uScrollPicture(QWidget* parent) : QWidget(parent), picture_(kWid
 
 QSize uScrollPicture::sizeHint() const {
     const int frame = 2 * scrollArea->frameWidth();
+    const int width = 2 * kMargin + Width() + 2 + frame;
     int height = 2 * kMargin + kHeight + 2;
-    if (!lblNote->isHidden()) height += lblNote->heightForWidth(kWidth + 2 * kMargin + 2 + frame);
-    return {2 * kMargin + kWidth + 2 + frame, height + frame};
+    if (!lblNote->isHidden()) height += lblNote->heightForWidth(width);
+    return {width, height + frame};
+}
+
+void uScrollPicture::SetWidth(int32_t width) {
+    if (width == picture_.width() || width < 1) return;
+    picture_ = QImage(width, kHeight, QImage::Format_RGB32);
+    picScroll->setFixedSize(width, kHeight);
+    // The frame and the content take the new size now, not some passes of
+    // the event loop later; the scroll area, which does not hear of it by
+    // itself while the page is in sight, is then made to read it again.
+    for (QWidget* holder = picScroll->parentWidget(); holder && holder != scrollArea->viewport();
+         holder = holder->parentWidget())
+        if (holder->layout()) holder->layout()->activate();
+    scrollArea->setWidgetResizable(true);
+    Cls();
+    Refresh();
+    updateGeometry();
 }
 
 void uScrollPicture::SetNote(const QString& text) {
@@ -134,7 +152,7 @@ void uScrollPicture::Refresh() {
 Canvas uScrollPicture::hDC() {
     Canvas canvas;
     canvas.pixels = reinterpret_cast<uint32_t*>(picture_.bits());
-    canvas.width = kWidth;
+    canvas.width = picture_.width();
     canvas.height = kHeight;
     canvas.stride = static_cast<int32_t>(picture_.bytesPerLine() / 4);
     return canvas;
@@ -142,7 +160,7 @@ Canvas uScrollPicture::hDC() {
 
 void uScrollPicture::InvertRect() {
     const int left = std::max(0, std::min(SelRect.Left, SelRect.Right));
-    const int right = std::min(kWidth, std::max(SelRect.Left, SelRect.Right));
+    const int right = std::min(picture_.width(), std::max(SelRect.Left, SelRect.Right));
     const int top = std::max(0, std::min(SelRect.Top, SelRect.Bottom));
     const int bottom = std::min(kHeight, std::max(SelRect.Top, SelRect.Bottom));
     for (int y = top; y < bottom; ++y) {
@@ -168,7 +186,7 @@ void uScrollPicture::Press(Qt::MouseButton button, QPointF position) {
 
 void uScrollPicture::Move(Qt::MouseButtons buttons, QPointF position) {
     const QPoint at(Rounded(position.x()), Rounded(position.y()));
-    if (at.x() >= 0 && at.y() >= 0 && at.x() < kWidth && at.y() < kHeight)
+    if (at.x() >= 0 && at.y() >= 0 && at.x() < picture_.width() && at.y() < kHeight)
         Q_EMIT CursorAt(at.x(), at.y());
     else
         Q_EMIT CursorLeft();

@@ -1,6 +1,7 @@
 #pragma once
-// A fixed 768 by 512 picture that other code draws into pixel by pixel, with
-// a rectangle selection by the left button and a menu request by the right.
+// A picture 512 pixels high and 768 or 896 wide (as the drawing procedures
+// set it) that other code draws into pixel by pixel, with a rectangle
+// selection by the left button and a menu request by the right.
 // The picture sits framed on a background of its own inside a scroll area, so
 // a window smaller than the picture scrolls to the rest of it; a note line
 // under it can say why the picture looks as it does. Only the picture itself
@@ -22,11 +23,15 @@ class PictureBox;
 class uScrollPicture : public QWidget, public PictureSurface {
     Q_OBJECT
 public:
-    static constexpr int kWidth = 768;
+    static constexpr int kClassicWidth = 768;
     static constexpr int kHeight = 512;
 
     explicit uScrollPicture(QWidget* parent = nullptr);
 
+    // Gives the picture a new width (the scroll area follows); the picture
+    // is erased and the selection dropped when the width changes.
+    void SetWidth(int32_t width) override;
+    int Width() const { return picture_.width(); }
     // Erases the picture and drops the selection.
     void Cls() override;
     // Shows the kept image.

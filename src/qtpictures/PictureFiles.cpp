@@ -31,13 +31,14 @@ bool ReadPicture(const std::string& path, QImage& image, std::string& error) {
 
 bool WritePng(const PixelPicture& picture, const std::string& path, std::string& error) {
     const std::vector<uint32_t>& pixels = picture.ShownPixels();
-    if (pixels.size() != static_cast<size_t>(PixelPicture::kWidth) * PixelPicture::kHeight) {
+    const int32_t width = picture.ShownWidth();
+    if (pixels.size() != static_cast<size_t>(width) * PixelPicture::kHeight) {
         error = "the picture has not been drawn";
         return false;
     }
     const std::string temp = TempNameBeside(path);
-    const QImage image(reinterpret_cast<const uchar*>(pixels.data()), PixelPicture::kWidth, PixelPicture::kHeight,
-                       PixelPicture::kWidth * 4, QImage::Format_RGB32);
+    const QImage image(reinterpret_cast<const uchar*>(pixels.data()), width, PixelPicture::kHeight, width * 4,
+                       QImage::Format_RGB32);
     if (!image.save(QString::fromLocal8Bit(temp.c_str()), "PNG")) {
         ::unlink(temp.c_str());
         error = "cannot write " + temp;

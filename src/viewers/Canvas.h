@@ -32,11 +32,14 @@ inline void SetPixelV(const Canvas& canvas, int32_t x, int32_t y, int32_t color)
 
 namespace quillet {
 
-// A picture page as the drawing procedures see it: erase, a surface to draw
-// on, and show. The GUI's uScrollPicture is one; the CLI renders into another.
+// A picture page as the drawing procedures see it: a width to take, erase, a
+// surface to draw on, and show. The GUI's uScrollPicture is one; the CLI
+// renders into another. The height is always 512 pixels.
 class PictureSurface {
 public:
     virtual ~PictureSurface() = default;
+    // Takes a width in pixels: what was drawn may go, a Cls follows.
+    virtual void SetWidth(int32_t width) = 0;
     virtual void Cls() = 0;
     virtual void Refresh() = 0;
     virtual Canvas hDC() = 0;

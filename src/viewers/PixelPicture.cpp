@@ -4,7 +4,14 @@
 
 namespace quillet {
 
-PixelPicture::PixelPicture() : pixels_(static_cast<size_t>(kWidth) * kHeight, kBackground) {}
+PixelPicture::PixelPicture() : pixels_(static_cast<size_t>(kClassicWidth) * kHeight, kBackground) {}
+
+void PixelPicture::SetWidth(int32_t width) {
+    if (width == width_ || width < 1) return;
+    width_ = width;
+    pixels_.assign(static_cast<size_t>(width) * kHeight, kBackground);
+    shown_ = false;
+}
 
 void PixelPicture::Cls() {
     std::fill(pixels_.begin(), pixels_.end(), kBackground);
@@ -13,15 +20,16 @@ void PixelPicture::Cls() {
 
 void PixelPicture::Refresh() {
     shownPixels_ = pixels_;
+    shownWidth_ = width_;
     shown_ = true;
 }
 
 Canvas PixelPicture::hDC() {
     Canvas canvas;
     canvas.pixels = pixels_.data();
-    canvas.width = kWidth;
+    canvas.width = width_;
     canvas.height = kHeight;
-    canvas.stride = kWidth;
+    canvas.stride = width_;
     return canvas;
 }
 

@@ -20,6 +20,26 @@ std::string ArgumentsText(int32_t X1, int32_t Y1, int32_t X2, int32_t Y2) {
 
 }  // namespace
 
+int32_t GridColumnsOf(int FileID) {
+    const int64_t blocks = int64_t{FileTypes.at(static_cast<size_t>(FileID)).NbrOfBlocks} + 1;
+    return ToLong((std::max<int64_t>(blocks, 0) + kGridRows - 1) / kGridRows);
+}
+
+int32_t PageColumns() {
+    // Only the blocks past the classic grid are looked at: a few tens of
+    // thousands of slots, not the whole map.
+    const int64_t classicBlocks = int64_t{kClassicColumns} * kGridRows;
+    for (const int FileID : {0, 2}) {
+        const std::vector<PatchBlock>& slots = PatchBlocks.at(static_cast<size_t>(FileID)).Blocks;
+        const int64_t last = std::min<int64_t>(FileTypes[static_cast<size_t>(FileID)].NbrOfBlocks,
+                                               static_cast<int64_t>(slots.size()) - 1);
+        for (int64_t block = classicBlocks; block <= last; ++block)
+            if (slots[static_cast<size_t>(block)].Offset != -1)
+                return std::max({kClassicColumns, GridColumnsOf(0), GridColumnsOf(2)});
+    }
+    return kClassicColumns;
+}
+
 GridPoint GridPosition(int64_t Block) {
     // Cut toward zero, as the integer part of the double quotient is.
     const int64_t x = Block / kGridRows;
@@ -61,14 +81,21 @@ void ClearGridBlocks(int FileID, const char* Proc, int32_t& X1, int32_t& Y1, int
         if (X1 < 0) X1 = 0;
         if (Y1 < 0) Y1 = 0;
         if (Y2 > kGridRows - 1) Y2 = kGridRows - 1;
-        if (X2 > kGridColumns - 1) X2 = kGridColumns - 1;
+        const int32_t lastColumn = GridColumnsOf(FileID) - 1;
+        if (X2 > lastColumn) X2 = lastColumn;
         // The bytes stay in the DataFile, which is append-only; Size and Extra
-        // keep their values.
-        for (int32_t x = X1; x <= X2; ++x)
-            for (int32_t y = Y1; y <= Y2; ++y) Slot(FileID, AddLong(MulLong(x, kGridRows), y)).Offset = -1;
+        // keep their values. A last column that the type's range fills only
+        // in part ends with its last block.
+        const int32_t last = FileTypes.at(static_cast<size_t>(FileID)).NbrOfBlocks;
+        for (int32_t x = X1; x <= X2; ++x) {
+            for (int32_t y = Y1; y <= Y2; ++y) {
+                const int32_t block = AddLong(MulLong(x, kGridRows), y);
+                if (block > last) break;
+                Slot(FileID, block).Offset = -1;
+            }
+        }
 
         PatchBlockSet& set = PatchBlocks.at(static_cast<size_t>(FileID));
-        const int32_t last = FileTypes.at(static_cast<size_t>(FileID)).NbrOfBlocks;
         set.Count = 0;
         for (int64_t block = 0; block <= last; ++block)
             if (Slot(FileID, block).Offset != -1) ++set.Count;
@@ -79,6 +106,7 @@ void ClearGridBlocks(int FileID, const char* Proc, int32_t& X1, int32_t& Y1, int
 
 bool DrawMap(PictureSurface& pageMap) {
     try {
+        pageMap.SetWidth(PageColumns());
         pageMap.Cls();
         const Canvas canvas = pageMap.hDC();
         const int32_t last = FileTypes[0].NbrOfBlocks;

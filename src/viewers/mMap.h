@@ -11,18 +11,34 @@
 
 namespace quillet {
 
-// The grid of both pages: blocks run down the columns, Block = X * 512 + Y.
-inline constexpr int32_t kGridColumns = 768;
+// The grid of both pages: blocks run down the columns, Block = X * 512 + Y,
+// whatever the number of columns.
 inline constexpr int32_t kGridRows = 512;
+// The columns of the classic world, blocks 0 to 393215.
+inline constexpr int32_t kClassicColumns = 768;
 
-// Erases pageMap, sets one pixel for every map block with data in the colour
-// RadarColors(tile number at bytes 4-5), and shows the picture. A block with
-// fewer than 6 bytes stops the drawing (logged as "mMap.DrawMap"); the picture
-// is then not shown. Answers whether it was shown.
+// The columns that blocks 0 to NbrOfBlocks of a type fill (a column they
+// fill in part counts whole): 768 for a classic range, 896 for the 458752
+// blocks of a current map.
+int32_t GridColumnsOf(int FileID);
+
+// The width of both pages, in pixels: 768 while every present block (Offset
+// not -1) of Map and of Statics lies in the classic grid, else the columns
+// of the wider of the two types' ranges (GridColumnsOf). The GUI's pages and
+// the CLI's render both get their width from here, through DrawMap and
+// DrawStatics.
+int32_t PageColumns();
+
+// Gives pageMap the width of PageColumns and erases it, sets one pixel for
+// every map block with data in the colour RadarColors(tile number at bytes
+// 4-5), and shows the picture. A block with fewer than 6 bytes stops the
+// drawing (logged as "mMap.DrawMap"); the picture is then not shown. Answers
+// whether it was shown.
 bool DrawMap(PictureSurface& pageMap);
 
 // Removes every map block of the rectangle from the patch: the corners are
-// put in order, clamped to the grid, and then Count of FileID 0 is recounted.
+// put in order, clamped to the grid (X to the last column of GridColumnsOf,
+// Y to 511), and then Count of FileID 0 is recounted.
 // A rectangle whose right or bottom edge is negative (no selection: all -1)
 // does nothing. The arguments are changed in place.
 void Map_ClearBlocks(int32_t& X1, int32_t& Y1, int32_t& X2, int32_t& Y2);

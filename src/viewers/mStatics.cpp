@@ -13,6 +13,7 @@ namespace quillet {
 
 bool DrawStatics(PictureSurface& pageStatics) {
     try {
+        pageStatics.SetWidth(PageColumns());
         pageStatics.Cls();
         const Canvas canvas = pageStatics.hDC();
         const int32_t last = FileTypes[2].NbrOfBlocks;
@@ -26,7 +27,7 @@ bool DrawStatics(PictureSurface& pageStatics) {
                     // The item number is bytes 0 and 1: a shorter block has none.
                     if (slot.Size < 2) Fail(kSubscript);
                     // The static items' colours fill the table from 16384 on:
-                    // an item from 49152 on has no entry.
+                    // a classic table has none for an item from 49152 on.
                     const size_t index = size_t{items[static_cast<size_t>(block)]} + 16384;
                     if (index >= RadarColors.size()) Fail(kSubscript);
                     SetPixelV(canvas, at.X, at.Y, RadarColors[index]);

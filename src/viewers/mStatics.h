@@ -8,11 +8,13 @@
 
 namespace quillet {
 
-// Erases pageStatics, draws every present statics block (its first item's
-// colour, RadarColors(item number + 16384), or black for an empty block) and
-// shows the picture. A block with fewer than 2 bytes, or an item number of
-// 49152 or more, stops the drawing (logged as "mStatics.DrawStatics"); the
-// picture is then not shown. Answers whether it was shown.
+// Gives pageStatics the width of PageColumns (the map page's width) and
+// erases it, draws every present statics block (its first item's colour,
+// RadarColors(item number + 16384), or black for an empty block) and shows
+// the picture. A block with fewer than 2 bytes, or an item number beyond the
+// table (49152 or more with a classic table of 65536 entries), stops the
+// drawing (logged as "mStatics.DrawStatics"); the picture is then not shown.
+// Answers whether it was shown.
 bool DrawStatics(PictureSurface& pageStatics);
 
 // Map_ClearBlocks on FileID 2.

@@ -195,6 +195,18 @@ TEST_F(PatchTest, ExportTellsWhetherTheUserHasSeenItsFailure) {
     EXPECT_EQ(busy.Text().rfind("Another program is writing into the directory " + dir, 0), 0u) << busy.Text();
     other.Release();
 
+    // No verdata.mul: asked about only while the patch has blocks; told, or started when asked to.
+    ::unlink(Path("verdata.mul").c_str());
+    EXPECT_TRUE(ExportNeedsNewVerdata(dir));
+    EXPECT_EQ(ExportToVerdata(dir).Text(),
+              "Cannot find verdata.mul in the directory you run Quillet.\r\nLooked in " + dir);
+    ASSERT_TRUE(ExportToVerdata(dir, LockWait::Wait, MissingVerdata::Create).Ok());
+    EXPECT_FALSE(ExportNeedsNewVerdata(dir) || test::Exists(Path("verdata.bak")));
+    ::unlink(Path("verdata.mul").c_str());
+    Slot(kArt, 7).Offset = -1;
+    EXPECT_FALSE(ExportNeedsNewVerdata(dir));
+    StoreBlock(kArt, 7, 2, 0, kTwoBytes);
+
     // What the export went past rides along with its success.
     test::WriteFile(Path("verdata.mul"), Bytes{}.le(2).b);
     waitTexts.clear();
@@ -213,6 +225,13 @@ TEST_F(PatchTest, OpenLoadsAWholeMuoIntoANewPatchAndSaveWritesItBack) {
     EXPECT_EQ(waitTexts, (std::vector<std::string>{"Loading radar colors", "Loading MUO. Please wait."}));
     EXPECT_EQ(Slot(kArt, 3).Offset, -1);
     EXPECT_EQ(ReadBlockBytes(kArt, 7), kTwoBytes);
+
+    // A type whose range reaches past 400000 (a current map's) is opened whole.
+    RegisterMUL(0, "Map", 196, 458751, 10, PageRef::Map(), 0);
+    test::WriteFile(Path("wide.muo"), Bytes{}.muoHeader(1).muo(0, 458751, 0, 2, kTwoBytes).b);
+    ASSERT_TRUE(OpenPatch(Path("wide.muo")).Ok());
+    EXPECT_EQ(ReadBlockBytes(0, 458751), kTwoBytes);
+    ASSERT_TRUE(OpenPatch(Path("in.muo")).Ok());
 
     waitTexts.clear();
     ASSERT_TRUE(SavePatch(Path("out.muo")).Ok());

@@ -39,9 +39,23 @@ expect_status 1 "$cli" export --patch "$scratch/empty.muo" --dir "$scratch/old"
 expect_same "There are no blocks in the patch to save." "$err" "empty patch message"
 expect_status 1 "$cli" export --patch "$scratch/base.muo" --dir "$scratch/none"
 expect_same "Cannot find verdata.mul in the directory you run Quillet.
-$scratch/none/verdata.mul: No such file or directory" "$err" "missing verdata message"
+Looked in $scratch/none" "$err" "missing verdata message"
 [ -z "$(ls -A "$scratch/none")" ] || fail "a failed export wrote into the directory"
 expect_status 1 "$cli" export --patch "$scratch/base.muo" --dir "$scratch/no-such-dir"
+
+# --create: an empty patch creates nothing; else a new verdata.mul holds just the
+# patch's 3 blocks, and no backup is made of the empty start.
+expect_status 1 "$cli" export --patch "$scratch/empty.muo" --dir "$scratch/none" --create
+[ -z "$(ls -A "$scratch/none")" ] || fail "an export of an empty patch created a file"
+expect_status 0 "$cli" export --patch "$scratch/base.muo" --dir "$scratch/none" --create
+[ -z "$out$err" ] || fail "export --create printed: $out $err"
+[ "$(ls -A "$scratch/none")" = verdata.mul ] || fail "export --create left: $(ls -A "$scratch/none")"
+{ printf "$(le32 3)"; verdata_entry 4 1 64 1 -1; verdata_entry 4 26 65 18 500; verdata_entry 12 500 0 -1 0
+  printf "Z$ART26"; } | cmp - "$scratch/none/verdata.mul" || fail "the created verdata.mul"
+expect_status 0 "$cli" export --patch "$scratch/base.muo" --dir "$scratch/none" --create
+[ "$(ls -A "$scratch/none" | paste -sd' ')" = "verdata.bak verdata.mul" ] || fail "a second --create export"
+expect_status 0 "$cli" export --help
+case $out in *"export --patch P --dir D [--create]"*"--create"*"empty"*) ;; *) fail "export --help lacks --create" ;; esac
 
 expect_no_leftovers
 echo "exchange: ok"

@@ -71,6 +71,42 @@ cmp "$patch" "$scratch/original.muo" || fail "render changed the patch"
 expect_err 0 "warning: no radar colour file" "$cli" render --patch "$patch" --page map --to "$scratch/black.png"
 expect_same "768 512 0,0,0" "$(pixels black.png 1,1)" "without radar colours a block is black"
 
+# Map block 393216 is column 768, row 0, and statics block 458751 (895,511):
+# with the block ranges of current clients both pages are 896 wide, and 768
+# again once neither type has a block beyond the classic grid. With the
+# classic ranges those blocks are left out, with a warning, and the pages stay
+# 768 wide.
+wide=$scratch/wide.muo
+muo "0 0 0 196 $(map_block 1)" "0 393216 0 196 $(map_block 2)" '2 458751 0 7 \x05\x00\x00\x00\x00\x00\x00' >"$wide"
+expect_status 0 "$cli" info --patch "$wide"
+if echo "$out" | grep -qx 'Map (2)'; then
+  expect_status 0 "$cli" render --patch "$wide" --page map --radarcol "$scratch/radar.mul" --to "$scratch/wide.png"
+  expect_same "896 512 0,0,248 0,248,0 239,239,239 239,239,239" "$(pixels wide.png 0,0 768,0 767,0 895,511)" \
+    "wide map page"
+  expect_status 0 "$cli" render --patch "$wide" --page statics --radarcol "$scratch/radar.mul" --to "$scratch/wide.png"
+  expect_same "896 512 248,248,248 239,239,239" "$(pixels wide.png 895,511 768,0)" "wide statics page"
+  # The map's block beyond goes: the statics block keeps both pages wide; then that goes too.
+  expect_status 0 "$cli" delete --patch "$wide" --type map --rect 768,0,5000,5000
+  expect_status 0 "$cli" render --patch "$wide" --page map --radarcol "$scratch/radar.mul" --to "$scratch/wide.png"
+  expect_same "896 512 239,239,239" "$(pixels wide.png 768,0)" "map page kept wide by statics"
+  expect_status 0 "$cli" delete --patch "$wide" --type statics --rect 895,511,895,511
+  expect_status 0 "$cli" render --patch "$wide" --page map --radarcol "$scratch/radar.mul" --to "$scratch/wide.png"
+  expect_same "768 512 0,0,248" "$(pixels wide.png 0,0)" "back to the classic width"
+else
+  expect_err 0 "illegal" "$cli" render --patch "$wide" --page map --radarcol "$scratch/radar.mul" --to "$scratch/wide.png"
+  expect_same "768 512 0,0,248" "$(pixels wide.png 0,0)" "classic ranges: the classic width"
+fi
+
+# A High Seas radarcol.mul of 0x14000 entries colours static item 49152 (index
+# 65536); with the 65536 entries of a classic one the drawing stops there.
+python3 -c 'import struct, sys; e = [0] * 0x14000; e[65536] = 0x03E0
+open(sys.argv[1], "wb").write(struct.pack("<%dH" % len(e), *e))' "$scratch/radar-hs.mul"
+muo '2 0 0 7 \x00\xc0\x00\x00\x00\x00\x00' >"$scratch/item.muo"
+expect_status 0 "$cli" render --patch "$scratch/item.muo" --page statics --radarcol "$scratch/radar-hs.mul" --to "$scratch/hs.png"
+expect_same "768 512 0,248,0" "$(pixels hs.png 0,0)" "item 49152 with a High Seas radarcol.mul"
+expect_err 1 "mStatics.DrawStatics" "$cli" render --patch "$scratch/item.muo" --page statics \
+  --radarcol "$scratch/radar.mul" --to "$scratch/hs.png"
+
 # A Wine prefix whose registry names the client: its radarcol.mul colours,
 # and client tells where it is.
 prefix=$scratch/prefix

@@ -96,9 +96,9 @@ TEST_F(PatchTest, ExportMessagesComeInTheOrderOfTheirTestsAndNameTheCause) {
     ::unlink(mul.c_str());
     const std::string none = std::string(kNoVerdata) + "\r\n";
     EXPECT_EQ(messages,
-              (std::vector<std::string>{none + mul + ": No such file or directory", none + mul + ": Is a directory",
+              (std::vector<std::string>{none + "Looked in " + dir, none + mul + ": Is a directory",
                                         none + mul + ": a named pipe (FIFO), not a file",
-                                        none + Path("gone/verdata.mul") + ": No such file or directory"}));
+                                        none + "Looked in " + Path("gone") + " (where the link " + mul + " leads)"}));
 
     // The new file cannot be created: here a folder stands in its way.
     messages.clear();
@@ -109,6 +109,48 @@ TEST_F(PatchTest, ExportMessagesComeInTheOrderOfTheirTestsAndNameTheCause) {
                                                  ": Is a directory"});
     EXPECT_EQ(test::ReadFile(mul), OldVerdata());
     EXPECT_FALSE(Exists(Path("verdata.bak")));
+    EXPECT_EQ(LogLines(), std::vector<std::string>{});
+}
+
+// Asked to, an export into a directory without verdata.mul starts an empty one (a count of 0) and fills it: no
+// backup of it, the backups there stay. Where something stands it does what it always did; a failed export takes
+// the empty file away again. File modes and a file that appears meanwhile: WriteSafetyTest.
+TEST_F(PatchTest, ExportStartsAnEmptyVerdataWhereNoneIsWhenAsked) {
+    const std::string mul = Path("verdata.mul");
+    EXPECT_FALSE(ExportVerdata(dir, LockWait::Wait, MissingVerdata::Create));  // no blocks: nothing is created
+    EXPECT_FALSE(Exists(mul));
+    StoreBlock(4, 1, 2, 5, ByteArray{0xB1, 0xB2});
+    test::WriteFile(Path("verdata.bak"), ByteArray{0x70});
+    EXPECT_TRUE(VerdataMissing(dir));
+    ASSERT_TRUE(ExportVerdata(dir, LockWait::Wait, MissingVerdata::Create));
+    const ByteArray once = Bytes{}.le(1).verdata(4, 1, 24, 2, 5).raw({0xB1, 0xB2}).b;
+    EXPECT_EQ(test::ReadFile(mul), once);
+    EXPECT_EQ(test::ReadFile(Path("verdata.bak")), ByteArray{0x70});
+    EXPECT_FALSE(Exists(Path("verdata.1.bak")) || Exists(Path("verdata.tmp")) || VerdataMissing(dir));
+    // A verdata.mul there: the usual export, with its backup.
+    ASSERT_TRUE(ExportVerdata(dir, LockWait::Wait, MissingVerdata::Create));
+    EXPECT_EQ(test::ReadFile(Path("verdata.bak")), once);
+    EXPECT_EQ(test::ReadFile(Path("verdata.1.bak")), ByteArray{0x70});
+
+    // A folder under the name is not missing; the new file cannot be made beside an empty start (a folder
+    // verdata.tmp): the empty file goes again; a link into a folder that is not there: nothing can be created.
+    messages.clear();
+    const std::string other = Path("other"), link = Path("link");
+    ::mkdir(other.c_str(), 0700);
+    ::mkdir((other + "/verdata.mul").c_str(), 0700);
+    EXPECT_FALSE(VerdataMissing(other) || ExportVerdata(other, LockWait::Wait, MissingVerdata::Create));
+    ::rmdir((other + "/verdata.mul").c_str());
+    ::mkdir((other + "/verdata.tmp").c_str(), 0700);
+    EXPECT_FALSE(ExportVerdata(other, LockWait::Wait, MissingVerdata::Create));
+    EXPECT_FALSE(Exists(other + "/verdata.mul"));
+    ::mkdir(link.c_str(), 0700);
+    ASSERT_EQ(::symlink(Path("gone/verdata.mul").c_str(), (link + "/verdata.mul").c_str()), 0);
+    EXPECT_FALSE(ExportVerdata(link, LockWait::Wait, MissingVerdata::Create));
+    EXPECT_EQ(messages, (std::vector<std::string>{
+                            std::string(kNoVerdata) + "\r\n" + other + "/verdata.mul: Is a directory",
+                            "Unable to create the new verdata.mul\r\n" + other + "/verdata.tmp: Is a directory",
+                            "Unable to create the new verdata.mul\r\n" + Path("gone/verdata.mul") +
+                                ": No such file or directory"}));
     EXPECT_EQ(LogLines(), std::vector<std::string>{});
 }
 

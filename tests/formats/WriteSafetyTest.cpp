@@ -235,5 +235,42 @@ TEST_F(WriteSafetyTest, ASecondExportIntoADirectoryWaitsOrGivesUpAtOnce) {
     EXPECT_EQ(test::ReadFile(Path("verdata.bak")), OldVerdata());
 }
 
+// An empty verdata.mul that an export starts is a new file: 0666 less the umask, and so is the file that takes its
+// place. One that appears while the export waits for the directory is exported into, with its backup, never
+// replaced by an empty one.
+TEST_F(WriteSafetyTest, AStartedVerdataFollowsTheUmaskAndNeverReplacesAFileThatAppeared) {
+    const mode_t mask = ::umask(027);
+    EXPECT_TRUE(ExportVerdata(dir, LockWait::Wait, MissingVerdata::Create));
+    ::umask(mask);
+    EXPECT_EQ(ModeOf(Path("verdata.mul")), 0640u);
+    EXPECT_FALSE(Exists(Path("verdata.bak")));
+
+    const std::string later = Path("later");
+    ASSERT_EQ(::mkdir(later.c_str(), 0700), 0);
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t pid = ::fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {  // another program that holds the directory, puts its verdata.mul there and lets go
+        FileLock held;
+        const bool locked = held.Lock(later);
+        (void)!::write(ready[1], &locked, 1);
+        ::usleep(300000);
+        test::WriteFile(later + "/verdata.mul", OldVerdata());
+        held.Release();
+        ::_exit(0);
+    }
+    bool locked = false;
+    ASSERT_EQ(::read(ready[0], &locked, 1), 1);
+    ASSERT_TRUE(locked);
+    EXPECT_TRUE(ExportVerdata(later, LockWait::Wait, MissingVerdata::Create));
+    ::waitpid(pid, nullptr, 0);
+    ::close(ready[0]);
+    ::close(ready[1]);
+    EXPECT_EQ(test::ReadFile(later + "/verdata.bak"), OldVerdata());
+    EXPECT_EQ(test::ReadFile(later + "/verdata.mul"),
+              Bytes{}.le(2).verdata(12, 5, 44, 2, 0).verdata(4, 7, 46, 3, 9).raw({0xA1, 0xA2, 1, 2, 3}).b);
+}
+
 }  // namespace
 }  // namespace quillet

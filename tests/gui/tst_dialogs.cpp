@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QMenu>
+#include <QMessageBox>
 #include <QSettings>
 #include <QtTest>
 
@@ -348,6 +349,34 @@ private Q_SLOTS:
         QCOMPARE(env.messages.size(), size_t{1});
         QVERIFY2(QString::fromStdString(env.messages[0]).startsWith("verdata.mul was not written"),
                  env.messages[0].c_str());
+    }
+
+    // No verdata.mul beside the program: the user is asked. No: the dialog closes and nothing is written.
+    // Yes: a new, empty verdata.mul takes the patch, without a backup. (The file's bytes: ExportTest.)
+    void exportAsksBeforeItStartsANewVerdata() {
+        for (const char* name : {"verdata.mul", "verdata.bak", "verdata.1.bak"}) QFile::remove(P(name));
+        const auto clickExport = [this](QMessageBox::StandardButton answer) {
+            auto dialog = Open<frmExport>();
+            StoreBlock(4, 7, 3, 0, Bytes(3, 7));
+            QString asked;
+            QTimer::singleShot(0, [&] {
+                if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                    asked = box->windowTitle() + "|" + box->text() + "|" +
+                            QString::number(box->standardButtons() == (QMessageBox::Yes | QMessageBox::No));
+                    box->button(answer)->click();
+                }
+            });
+            Click(dialog->cmdExport);
+            QVERIFY(dialog->Unloaded() && !dialog->isVisible() && form->mnuOpen->isEnabled());
+            QCOMPARE(asked, QString(kAppTitle) + "|There is no verdata.mul in " + dir.chopped(1) +
+                                ".\n\nCreate a new, empty verdata.mul there and export the patch into it?|1");
+        };
+        clickExport(QMessageBox::No);
+        QVERIFY(waits.empty() && env.messages.empty() && !QFile::exists(P("verdata.mul")));
+        clickExport(QMessageBox::Yes);
+        QCOMPARE(waits.size(), size_t{1});
+        QVERIFY(env.messages.empty() && !QFile::exists(P("verdata.bak")));
+        QCOMPARE(guitest::ReadBytes(P("verdata.mul")).size(), size_t{4 + 20 + 3});
     }
 
     // Each first with a file missing (nothing happens), then with all: an Art set with indexes, Radarcol, of

@@ -437,6 +437,60 @@ private Q_SLOTS:
         ClientLocation().UO2DPath = before;
     }
 
+    // With the block ranges of current clients a block beyond the classic grid widens both pages to 896 columns:
+    // drawn, hovered, scrolled to and deleted there; back at 768 once no block lies beyond.
+    void widePatchWidensBothPages() {
+        const FileTypeRec map = FileTypes[0], statics = FileTypes[2];
+        RegisterMUL(0, "Map", 196, 458751, map.ImageIndex, map.Page, map.InVerdata);
+        RegisterMUL(2, "Statics", 0, 458751, statics.ImageIndex, statics.Page, statics.InVerdata);
+        const std::string client = ClientLocation().UO2DPath;
+        ClientLocation().UO2DPath = env.Path("no-client/").toStdString();  // the note shows
+        form->mnuNew_Click();
+        RadarColors[5] = 0x00C000;
+        ByteArray block(196, 0);
+        block[4] = 5;
+        for (int32_t x = 768; x < 896; ++x)  // a band beyond the classic grid: block 393216 is column 768, row 0
+            for (int32_t y = 0; y < 64; ++y) StoreBlock(0, x * 512 + y, 196, -1, block);
+        StoreBlock(2, 458751, 0, -1, nullptr);  // (895, 511), present without bytes: black
+        RecountBlocks(0);
+        RecountBlocks(2);
+        MenuRefresh();
+        form->twMenu->setCurrentItem(Node(form->twMenu, "P0"));
+        QCOMPARE(QList<int>({form->pageMap->Width(), form->pageStatics->Width()}), QList<int>({896, 896}));
+        QCOMPARE(QList<QRgb>({form->pageMap->Picture().pixel(768, 0), form->pageMap->Picture().pixel(895, 63)}),
+                 QList<QRgb>({qRgb(0, 0xC0, 0), qRgb(0, 0xC0, 0)}));
+        QCOMPARE(form->pageStatics->Picture().pixel(895, 511), qRgb(0, 0, 0));
+        QScrollBar* across = form->pageMap->scrollArea->horizontalScrollBar();
+        across->setValue(across->maximum());  // for the screenshot: the last columns in sight
+        QVERIFY(form->pageMap->lblNote->isVisible());
+        guitest::Screenshot(form, "map-page-wide");
+        QCOMPARE(guitest::LayoutFaults(form), QStringList());
+
+        QWidget* picture = form->pageMap->picScroll;
+        QMouseEvent move(QEvent::MouseMove, QPointF(895, 511), picture->mapToGlobal(QPointF(895, 511)), Qt::NoButton,
+                         Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(picture, &move);
+        const QString cursor = "Block 458751 at 895, 511; tiles 7160, 4088 to 7167, 4095";
+        QCOMPARE(form->sbStart->currentMessage(), cursor);
+        QVERIFY(form->sbStart->fontMetrics().horizontalAdvance(cursor) < form->sbStart->width());
+
+        // Dragged across the last columns: the map's blocks beyond go, the statics block keeps the pages wide.
+        QTest::mousePress(picture, Qt::LeftButton, {}, QPoint(760, 0));
+        QTest::mouseRelease(picture, Qt::LeftButton, {}, QPoint(896, 64));
+        PopupMenu_Run("DELETE 0");
+        QVERIFY(NodeTexts(form->twMenu).contains("Map (0)") && form->pageMap->Width() == 896);
+        QTest::mousePress(form->pageStatics->picScroll, Qt::LeftButton, {}, QPoint(895, 511));
+        QTest::mouseRelease(form->pageStatics->picScroll, Qt::LeftButton, {}, QPoint(900, 600));
+        PopupMenu_Run("DELETE 2");
+        QCOMPARE(QList<int>({form->pageMap->Width(), form->pageStatics->Width()}), QList<int>({768, 768}));
+        QVERIFY(NodeTexts(form->twMenu).contains("Statics (0)"));
+
+        FileTypes[0] = map;
+        FileTypes[2] = statics;
+        ClientLocation().UO2DPath = client;
+        form->mnuNew_Click();
+    }
+
     // Failures are told with the warning icon, the texts as the jobs give them.
     void messagesCarryTheWarningIcon() {
         InstallWaitHooks(formHooks);

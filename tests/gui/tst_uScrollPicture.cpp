@@ -2,6 +2,8 @@
 // invert a rectangle on the kept image, a right press asks for the menu.
 #include <QApplication>
 #include <QMouseEvent>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -26,6 +28,35 @@ private Q_SLOTS:
         QCOMPARE(At(picture, 767, 511), qRgb(255, 0, 0));
         picture.Cls();
         QCOMPARE(At(picture, 767, 511), picture.palette().color(QPalette::Window).rgb());
+    }
+
+    // A wider picture: drawn, scrolled to and selected over its whole width (hovering: tst_frmStart); back at
+    // 768 nothing of it is left.
+    void takesTheWidthItIsGiven() {
+        uScrollPicture picture;
+        picture.resize(600, 400);
+        picture.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&picture));
+        const QSize classicHint = picture.sizeHint();
+        picture.SetWidth(896);
+        const Canvas canvas = picture.hDC();
+        QCOMPARE(QList<int>({canvas.width, picture.Width(), picture.picScroll->width()}), QList<int>({896, 896, 896}));
+        QCOMPARE(picture.sizeHint(), classicHint + QSize(128, 0));
+        SetPixelV(canvas, 895, 511, 0x0000FF);
+        picture.Refresh();
+        QCOMPARE(At(picture, 895, 511), qRgb(255, 0, 0));
+        QScrollBar* across = picture.scrollArea->horizontalScrollBar();
+        across->setValue(across->maximum());
+        QCOMPARE(picture.picScroll->visibleRegion().boundingRect().right(), 895);  // the last column in sight
+        const QRgb background = At(picture, 880, 5);
+        QTest::mousePress(picture.picScroll, Qt::LeftButton, {}, QPoint(880, 5));
+        QTest::mouseRelease(picture.picScroll, Qt::LeftButton, {}, QPoint(896, 7));
+        QCOMPARE(QList<int>({picture.X1, picture.X2}), QList<int>({880, 896}));
+        QCOMPARE(At(picture, 895, 6), background ^ 0x00FFFFFFu);
+
+        picture.SetWidth(768);
+        QCOMPARE(QList<int>({picture.hDC().width, picture.picScroll->width(), picture.X1}), QList<int>({768, 768, -1}));
+        QCOMPARE(picture.sizeHint(), classicHint);
     }
 
     void selectionInvertsWithoutLastRowAndColumn() {
@@ -81,7 +112,7 @@ private Q_SLOTS:
         picture.show();
         QVERIFY(QTest::qWaitForWindowExposed(&picture));
         QSignalSpy menu(&picture, &uScrollPicture::MenuClick);
-        const QPoint beside(picture.picScroll->mapTo(&picture, QPoint(uScrollPicture::kWidth + 20, 100)));
+        const QPoint beside(picture.picScroll->mapTo(&picture, QPoint(picture.Width() + 20, 100)));
         QWidget* under = picture.childAt(beside);
         QVERIFY(under != picture.picScroll && under);
         const QPoint at = under->mapFrom(&picture, beside);

@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "base/Checked.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "base/Checked.h"
 #include "core/BlockRows.h"
+#include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "operations/OperationsTestUtil.h"
 #include "viewers/mMap.h"
@@ -23,18 +24,23 @@ namespace {
 class TestPicture : public PictureSurface {
 public:
     static constexpr uint32_t kBackground = 0x00ABCDEFu;  // no colour the drawing gives has an alpha of 0
+    void SetWidth(int32_t w) override {
+        width = w;
+        pixels.assign(static_cast<size_t>(w) * 512, 0x12345678u);
+    }
     void Cls() override { std::fill(pixels.begin(), pixels.end(), kBackground); }
     void Refresh() override { ++refreshes; }  // the page is shown
-    Canvas hDC() override { return Canvas{pixels.data(), 768, 512, 768}; }
+    Canvas hDC() override { return Canvas{pixels.data(), width, 512, width}; }
     std::vector<uint32_t> At(std::initializer_list<std::pair<size_t, size_t>> points) const {
         std::vector<uint32_t> found;
-        for (const auto& [x, y] : points) found.push_back(pixels[y * 768 + x]);
+        for (const auto& [x, y] : points) found.push_back(pixels[y * static_cast<size_t>(width) + x]);
         return found;
     }
     size_t Drawn() const {
         return pixels.size() - static_cast<size_t>(std::count(pixels.begin(), pixels.end(), kBackground));
     }
-    std::vector<uint32_t> pixels = std::vector<uint32_t>(768 * 512, 0x12345678u);  // garbage until the first Cls
+    int32_t width = 700;  // none of the pages' widths: the drawing must set it
+    std::vector<uint32_t> pixels = std::vector<uint32_t>(700 * 512, 0x12345678u);  // garbage until the first Cls
     int refreshes = 0;
 };
 
@@ -64,12 +70,26 @@ std::vector<int32_t> Rect(int32_t x1, int32_t y1, int32_t x2, int32_t y2) {
     return blocks;
 }
 
+constexpr int32_t kClassicLast = 393215;  // 768 x 512 blocks
+constexpr int32_t kWideLast = 458751;     // 896 x 512 blocks
+
 class MapStaticsTest : public test::OperationsTest {
 protected:
     void SetUp() override {
         OperationsTest::SetUp();
+        UseGrid(kClassicLast);
         saved_ = RadarColors;
-        for (size_t i = 0; i < RadarColors.size(); ++i) RadarColors[i] = Colour(i);
+        ColourTable(65536);
+    }
+    // Map and Statics with blocks 0 to last, and an empty store of that size, whatever the table holds now.
+    static void UseGrid(int32_t last) {
+        RegisterMUL(0, "Map", 196, last, 10, PageRef::Map(), 0);
+        RegisterMUL(2, "Statics", 0, last, 11, PageRef::Statics(), 0);
+        CreatePatchStructures();
+    }
+    static void ColourTable(size_t entries) {
+        RadarColors.resize(entries);
+        for (size_t i = 0; i < entries; ++i) RadarColors[i] = Colour(i);
     }
     void TearDown() override {
         RadarColors = saved_;
@@ -79,7 +99,7 @@ protected:
         StoreBlock(FileID, block, ToLong(bytes.size()), 0, bytes);
     }
     void PutEmpty(int FileID, int32_t block, int32_t Extra = 0) { StoreBlock(FileID, block, 0, Extra, nullptr); }
-    std::array<int32_t, 65536> saved_{};
+    std::vector<int32_t> saved_;
 };
 
 TEST_F(MapStaticsTest, EachPageColoursItsBlocksByTheirFirstTileOrItem) {
@@ -107,6 +127,44 @@ TEST_F(MapStaticsTest, EachPageColoursItsBlocksByTheirFirstTileOrItem) {
     EXPECT_EQ(statics.At({{0, 0}, {0, 511}, {1, 0}}), Pixels({16384, 65535, 1234 + 16384}));
     EXPECT_EQ(statics.At({{1, 2}}), std::vector<uint32_t>{0xFF000000u});  // present and empty: black
     EXPECT_EQ(statics.Drawn(), 4u);  // nor map blocks 513 and 393215 here
+}
+
+// Both pages are 768 wide while every Map and Statics block lies in the classic grid, 896 as soon as a block of
+// either type lies beyond it, and 768 again when it goes. Block X * 512 + Y stays at column X, row Y.
+TEST_F(MapStaticsTest, BothPagesWidenTo896ForABlockBeyondTheClassicGrid) {
+    UseGrid(kWideLast);
+    Put(0, kClassicLast, MapBlock(1));
+    Put(2, 0, StaticsBlock({2}));
+    const auto widths = [] {
+        TestPicture map, statics;
+        DrawMap(map);
+        DrawStatics(statics);
+        return std::pair(map.width, statics.width);
+    };
+    EXPECT_EQ(widths(), std::pair(768, 768));
+    PutEmpty(2, 393216 + 5);  // a statics block without bytes is enough, for the map page too
+    EXPECT_EQ(widths(), std::pair(896, 896));
+    Slot(2, 393216 + 5).Offset = -1;
+    EXPECT_EQ(widths(), std::pair(768, 768));
+
+    Put(0, 393216, MapBlock(9));               // column 768, row 0
+    Put(2, kWideLast, StaticsBlock({49151}));  // column 895, row 511
+    percents.clear();
+    TestPicture map, statics;
+    DrawMap(map);
+    DrawStatics(statics);
+    EXPECT_EQ(std::pair(map.width, statics.width), std::pair(896, 896));
+    EXPECT_EQ(map.At({{767, 511}, {768, 0}}), Pixels({1, 9}));
+    EXPECT_EQ(statics.At({{0, 0}, {895, 511}}), Pixels({2 + 16384, 65535}));
+    EXPECT_EQ(std::pair(map.Drawn(), statics.Drawn()), std::pair(size_t{2}, size_t{2}));
+    // 458752 blocks: 22 counting points a page, the last at block 439999 (95 %).
+    ASSERT_EQ(percents.size(), 44u);
+    EXPECT_EQ(percents[21], 95);
+
+    // With the classic ranges a block beyond the grid cannot be in the store: always 768.
+    UseGrid(kClassicLast);
+    EXPECT_EQ(std::pair(GridColumnsOf(0), PageColumns()), std::pair(768, 768));
+    EXPECT_TRUE(LogLines().empty());
 }
 
 TEST_F(MapStaticsTest, BlocksAreFoundWhereverTheyLieInTheDataFile) {
@@ -180,6 +238,73 @@ TEST_F(MapStaticsTest, RadarColoursAreSignedEntriesAndAShortFileEndsInBlack) {
     LoadRadarColFrom(Path("none.mul"));
     EXPECT_EQ(std::count(RadarColors.begin(), RadarColors.end(), 0), 65536);
     EXPECT_FALSE(RadarColorsFound());
+    EXPECT_TRUE(LogLines().empty());
+}
+
+// The table holds the file's whole entries, at least 65536 (the rest black) and at most 0x14000, the highest
+// index a static item reaches: a High Seas file colours the items from 49152 on, a classic one stops the drawing.
+TEST_F(MapStaticsTest, RadarColoursHoldTheFilesEntriesFrom65536To0x14000) {
+    // White at 65535, blue at 65536, green at 0x13FFF, red at 0x14000 (beyond the table).
+    const auto load = [&](size_t entries, size_t extraBytes = 0) {
+        ByteArray file(entries * 2 + extraBytes, 0);
+        const std::pair<size_t, uint16_t> set[] = {
+            {65535, 0x7FFF}, {65536, 0x001F}, {0x13FFF, 0x03E0}, {0x14000, 0x7C00}};
+        for (const auto& [index, value] : set)
+            if (index < entries)
+                file[index * 2] = static_cast<uint8_t>(value), file[index * 2 + 1] = static_cast<uint8_t>(value >> 8);
+        test::WriteFile(Path("radarcol.mul"), file);
+        LoadRadarColFrom(Path("radarcol.mul"));
+        return RadarColors.size();
+    };
+    const int32_t white = 0xF8F8F8, blue = 248 * 65536, green = 248 * 256;
+    EXPECT_EQ(load(65536), 65536u);
+    EXPECT_EQ(RadarColors[65535], white);
+    EXPECT_EQ(load(70000, 1), 70000u);  // a half entry at the end is none
+    EXPECT_EQ(RadarColors[65536], blue);
+    EXPECT_EQ(load(0x14000 + 9), 0x14000u);
+    EXPECT_EQ((std::vector<int32_t>{RadarColors[65536], RadarColors[0x13FFF]}), (std::vector<int32_t>{blue, green}));
+
+    Put(2, 0, StaticsBlock({49152}));
+    Put(2, 1, StaticsBlock({65535}));
+    TestPicture statics;
+    DrawStatics(statics);
+    EXPECT_EQ(statics.At({{0, 0}, {0, 1}}), (std::vector<uint32_t>{CanvasPixel(blue), CanvasPixel(green)}));
+    EXPECT_EQ(statics.refreshes, 1);
+    // A classic file again: the table shrinks back, and item 49152 has no colour.
+    EXPECT_EQ(load(3), 65536u);
+    EXPECT_EQ(std::count(RadarColors.begin(), RadarColors.end(), 0), 65536);
+    TestPicture classic;
+    DrawStatics(classic);
+    EXPECT_EQ(classic.refreshes, 0);
+    EXPECT_EQ(LoggedProcs(), std::vector<std::string>{"mStatics.DrawStatics"});
+}
+
+// On a grid of 896 columns a rectangle reaches column 895; a range that ends inside its last column ends there.
+TEST_F(MapStaticsTest, OnAWideGridRectanglesReachTheLastColumn) {
+    UseGrid(kWideLast);
+    for (const int FileID : {0, 2}) {
+        for (const int32_t x : {767, 768, 895})
+            for (const int32_t y : {0, 511}) Put(FileID, BlockAt(x, y), MapBlock(1));
+        RecountBlocks(FileID);
+    }
+    std::array<int32_t, 4> at{900, 511, 800, 0};
+    Map_ClearBlocks(at[0], at[1], at[2], at[3]);
+    EXPECT_EQ(at, (std::array<int32_t, 4>{800, 0, 895, 511}));
+    EXPECT_EQ(ListedBlocks(0),
+              (std::vector<int32_t>{BlockAt(767, 0), BlockAt(767, 511), BlockAt(768, 0), BlockAt(768, 511)}));
+    EXPECT_EQ(PatchBlocks[0].Count, 4);
+    at = {768, 0, 5000, 0};
+    Statics_ClearBlocks(at[0], at[1], at[2], at[3]);
+    EXPECT_EQ(at, (std::array<int32_t, 4>{768, 0, 895, 0}));
+    EXPECT_EQ(ListedBlocks(2),
+              (std::vector<int32_t>{BlockAt(767, 0), BlockAt(767, 511), BlockAt(768, 511), BlockAt(895, 511)}));
+
+    UseGrid(kWideLast - 100);  // column 895 holds rows 0 to 411 only
+    Put(0, kWideLast - 100, MapBlock(1));
+    at = {0, 0, 5000, 5000};
+    Map_ClearBlocks(at[0], at[1], at[2], at[3]);
+    EXPECT_EQ(at, (std::array<int32_t, 4>{0, 0, 895, 511}));
+    EXPECT_TRUE(ListedBlocks(0).empty());
     EXPECT_TRUE(LogLines().empty());
 }
 
