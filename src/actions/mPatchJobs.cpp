@@ -23,7 +23,7 @@ Result OpenPatch(const std::string& PatchFilename) {
 Result LoadPatchFile(const std::string& PatchFilename) {
     if (!gFileIO.FileExist(PatchFilename)) return Result::Success();
     return RunJob("Loading MUO. Please wait.", "mPatchJobs.LoadPatchFile",
-                  [&] { return LoadMUO(PatchFilename, 0, 255, 0, 400000); });
+                  [&] { return LoadMUO(PatchFilename, 0, 255, 0, HighestBlock()); });
 }
 
 Result SavePatch(const std::string& PatchFilename) {
