@@ -58,7 +58,7 @@ struct PatchLoadArgs {
     uint8_t FromFileID = 0;
     uint8_t ToFileID = 255;
     int32_t FromBlock = 0;
-    int32_t ToBlock = 400000;  // what File, Open passes
+    int32_t ToBlock = 400000;  // above the last block of every classic type; the seeds were made with it
 };
 inline constexpr uint8_t kWriteBack = 1;
 

@@ -2,10 +2,13 @@
 // cMUL by the format's rules, for the MUL and compare targets: block n of a
 // pair through record n of the IDX file, of a constant-size file at Offset +
 // n times the block size; past the end of either file everything is zeros.
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
 #include "FuzzSupport.h"
+#include "core/mMuls.h"
 
 namespace quillet::fuzz {
 
@@ -64,11 +67,36 @@ private:
     int32_t offset_;
 };
 
-// The two sections of the tile data file.
-struct TileSection {
-    int32_t First, Last, BlockSize, Start;
+// The block numbers a file speaks for: its IDX file's records (the length
+// over 12, to nearest, ties to even), or the blocks that begin before the end
+// of a constant-size file, only the whole ones for the animation data file.
+inline int64_t ModelExtent(const ByteArray& idx, const ByteArray& mul, int32_t constantIndex, bool wholeBlocks) {
+    if (constantIndex < 1) return static_cast<int64_t>(std::nearbyint(static_cast<double>(idx.size()) / 12));
+    const auto size = static_cast<int64_t>(mul.size());
+    return wholeBlocks ? size / constantIndex : (size + constantIndex - 1) / constantIndex;
+}
+
+// The last block of a walk: the type's classic last one at least, further as
+// far as the files speak for, and never beyond LastBlock.
+inline int64_t ModelWalkLast(const FileTypeRec& type, int64_t extent, int64_t lastBlock) {
+    return std::min(std::max<int64_t>(type.ClassicLast, extent - 1), lastBlock);
+}
+
+// The two layouts of the tile data file, told by its size: 512 land groups,
+// then the item groups from ItemStart on.
+struct TileLayout {
+    int32_t LandSize, ItemSize, ItemStart, LastBlock;
 };
-inline constexpr TileSection kLandSection{0, 511, 836, 0};
-inline constexpr TileSection kStaticSection{512, 1023, 1188, 428032};
+inline constexpr TileLayout kClassicTiles{836, 1188, 428032, 1023};
+inline constexpr TileLayout kHighSeasTiles{964, 1316, 493568, 2559};
+inline const TileLayout& TileLayoutOf(const ByteArray& mul) {
+    const int64_t items = static_cast<int64_t>(mul.size()) - kHighSeasTiles.ItemStart;
+    return items > 0 && items % kHighSeasTiles.ItemSize == 0 ? kHighSeasTiles : kClassicTiles;
+}
+inline int64_t TileExtent(const TileLayout& layout, const ByteArray& mul) {
+    const auto size = static_cast<int64_t>(mul.size());
+    if (size <= layout.ItemStart) return (size + layout.LandSize - 1) / layout.LandSize;
+    return 512 + (size - layout.ItemStart + layout.ItemSize - 1) / layout.ItemSize;
+}
 
 }  // namespace quillet::fuzz

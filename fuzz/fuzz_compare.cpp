@@ -1,6 +1,7 @@
 // CompareMUL on any two versions of a type's files, held against a model of
 // the comparison: sizes decide first, bytes only for equal sizes above 0, and
 // the altered side of each differing block goes into the patch.
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -39,19 +40,30 @@ void ModelCompare(const CompareArgs& args, int FileID, ExpectedPatch& patch, Exp
     // The type's Count is recomputed however the walk ends, after a stop too.
     end.Recounted = true;
     end.RecountFileID = FileID;
+    const FileTypeRec& type = FileTypes[FileID];
     bool ok = true;
     if (FileID == 30) {
-        for (const TileSection& section : {kLandSection, kStaticSection}) {
-            const MulModel base(args.Idx1, args.Mul1, section.BlockSize, section.Start);
-            const MulModel altered(args.Idx2, args.Mul2, section.BlockSize, section.Start);
-            ok = Walk(base, altered, patch, end, FileID, section.First, section.Last, section.First);
-            if (!ok) break;
+        // Tile data files of two layouts are refused before any block.
+        const TileLayout& layout = TileLayoutOf(args.Mul1);
+        if (&layout != &TileLayoutOf(args.Mul2)) {
+            end.Failed = true;
+            return;
         }
+        const int64_t extent = std::max(TileExtent(layout, args.Mul1), TileExtent(layout, args.Mul2));
+        const int64_t last = ModelWalkLast(type, extent, std::min(layout.LastBlock, type.NbrOfBlocks));
+        const MulModel land1(args.Idx1, args.Mul1, layout.LandSize, 0);
+        const MulModel land2(args.Idx2, args.Mul2, layout.LandSize, 0);
+        const MulModel items1(args.Idx1, args.Mul1, layout.ItemSize, layout.ItemStart);
+        const MulModel items2(args.Idx2, args.Mul2, layout.ItemSize, layout.ItemStart);
+        ok = Walk(land1, land2, patch, end, FileID, 0, 511, 0) &&
+             Walk(items1, items2, patch, end, FileID, 512, last, 512);
     } else {
-        const FileTypeRec& type = FileTypes[FileID];
         const MulModel base(args.Idx1, args.Mul1, type.ConstantIndex, 0);
         const MulModel altered(args.Idx2, args.Mul2, type.ConstantIndex, 0);
-        ok = Walk(base, altered, patch, end, FileID, 0, type.NbrOfBlocks, 0);
+        const bool whole = FileID == 31;
+        const int64_t extent = std::max(ModelExtent(args.Idx1, args.Mul1, type.ConstantIndex, whole),
+                                        ModelExtent(args.Idx2, args.Mul2, type.ConstantIndex, whole));
+        ok = Walk(base, altered, patch, end, FileID, 0, ModelWalkLast(type, extent, type.NbrOfBlocks), 0);
     }
     if (!ok) end.Failed = true;
 }
@@ -74,14 +86,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const FileTypeRec& type = FileTypes[fileId];
     // A read past the end of a file costs a refill of the read window each
     // time, so a 65536-block type walked over short files takes a second per
-    // input: those types are always padded, and the reads past the end are
-    // fuzzed on the smaller types, whose walk is the same.
-    const bool asTheyCome = (args.Selector & kAsTheyCome) && type.NbrOfBlocks <= 8182;
+    // input: those types are always padded (to their classic size, which a
+    // walk goes to in any case), and the reads past the end are fuzzed on the
+    // smaller types, whose walk is the same.
+    const bool asTheyCome = (args.Selector & kAsTheyCome) && type.ClassicLast <= 8182;
     if (!asTheyCome) {
-        const int64_t blocks = int64_t{type.NbrOfBlocks} + 1;
+        const int64_t blocks = int64_t{type.ClassicLast} + 1;
         for (ByteArray* mul : {&args.Mul1, &args.Mul2}) {
             if (fileId == 30)
-                PadTo(*mul, int64_t{kStaticSection.Start} + int64_t{kStaticSection.BlockSize} * 512);
+                PadTo(*mul, int64_t{kClassicTiles.ItemStart} + int64_t{kClassicTiles.ItemSize} * 512);
             else if (type.ConstantIndex > 0)
                 PadTo(*mul, blocks * type.ConstantIndex);
         }

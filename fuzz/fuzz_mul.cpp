@@ -42,24 +42,29 @@ void ModelLoadMUL(const MulLoadArgs& args, int FileID, int32_t ToBlock, Expected
     end.RecountFileID = FileID;
     const FileTypeRec& type = FileTypes[FileID];
     const MulModel mul(args.Idx, args.Mul, type.ConstantIndex, 0);
-    const int64_t last = std::min<int64_t>(ToBlock, type.NbrOfBlocks);
+    const int64_t extent = ModelExtent(args.Idx, args.Mul, type.ConstantIndex, FileID == 31);
+    const int64_t last = std::min<int64_t>(ToBlock, ModelWalkLast(type, extent, type.NbrOfBlocks));
     if (!Walk(mul, patch, end, FileID, args.FromBlock, last, 0)) end.Failed = true;
 }
 
+// The land groups from FromBlock, the item groups always from 512 on.
 void ModelLoadTiledata(const MulLoadArgs& args, int32_t ToBlock, ExpectedPatch& patch, ExpectedEnd& end) {
     end.Recounted = true;
     end.RecountFileID = 30;
-    if (args.FromBlock < kStaticSection.First) {
-        const MulModel land(args.Idx, args.Mul, kLandSection.BlockSize, kLandSection.Start);
-        if (!Walk(land, patch, end, 30, args.FromBlock, std::min(ToBlock, kLandSection.Last), kLandSection.First)) {
+    const TileLayout& layout = TileLayoutOf(args.Mul);
+    const FileTypeRec& type = FileTypes[30];
+    const int64_t last =
+        ModelWalkLast(type, TileExtent(layout, args.Mul), std::min(layout.LastBlock, type.NbrOfBlocks));
+    if (args.FromBlock < 512) {
+        const MulModel land(args.Idx, args.Mul, layout.LandSize, 0);
+        if (!Walk(land, patch, end, 30, args.FromBlock, std::min(ToBlock, 511), 0)) {
             end.Failed = true;
             return;
         }
     }
-    if (ToBlock >= kStaticSection.First) {
-        const MulModel statics(args.Idx, args.Mul, kStaticSection.BlockSize, kStaticSection.Start);
-        if (!Walk(statics, patch, end, 30, kStaticSection.First, std::min(ToBlock, kStaticSection.Last),
-                  kStaticSection.First)) {
+    if (ToBlock >= 512) {
+        const MulModel items(args.Idx, args.Mul, layout.ItemSize, layout.ItemStart);
+        if (!Walk(items, patch, end, 30, 512, std::min<int64_t>(ToBlock, last), 512)) {
             end.Failed = true;
             return;
         }
@@ -87,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::min<int64_t>({args.ToBlock, longest, std::numeric_limits<int32_t>::max()}));
     if (!(args.Selector & kAsTheyCome)) {
         if (fileId == 30) {
-            PadTo(args.Mul, int64_t{kStaticSection.Start} + int64_t{kStaticSection.BlockSize} * 512);
+            PadTo(args.Mul, int64_t{kClassicTiles.ItemStart} + int64_t{kClassicTiles.ItemSize} * 512);
         } else {
             const FileTypeRec& type = FileTypes[fileId];
             const int64_t blocks = std::min<int64_t>(toBlock, type.NbrOfBlocks) + 1;

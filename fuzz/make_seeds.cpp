@@ -143,7 +143,7 @@ ByteArray GeneratedMuo(const std::vector<PatchEntry>& entries) {
 
 void MuoSeeds() {
     const std::string t = "fuzz_muo";
-    const PatchLoadArgs open;  // File, Open: 0, 255, 0, 400000
+    const PatchLoadArgs open;  // 0, 255, 0, 400000: every block of a classic client
     PatchLoadArgs writeBack;
     writeBack.Flags = kWriteBack;
     const ByteArray sample = GeneratedMuo(Flagged(SmallPatch()));

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/Result.h"
+#include "core/mMuls.h"
 
 namespace quillet {
 
@@ -24,7 +25,7 @@ struct ImportRequest {
     uint8_t FromFileID = 0;
     uint8_t ToFileID = 255;
     int32_t FromBlock = 0;
-    int32_t ToBlock = 400000;
+    int32_t ToBlock = HighestBlock();
 };
 
 // Picks the loader of the source (LoadMUO, LoadUOP, LoadVerdata; LoadTiledata

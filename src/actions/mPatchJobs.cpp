@@ -1,6 +1,6 @@
 #include "actions/mPatchJobs.h"
 
-#include <algorithm>
+#include <limits>
 
 #include "actions/RunJob.h"
 #include "actions/mStart.h"
@@ -31,7 +31,7 @@ Result LoadPatchFile(const std::string& PatchFilename) {
     int32_t lastBlock = 400000;
     for (const FileTypeRec& type : FileTypes) lastBlock = std::max(lastBlock, type.NbrOfBlocks);
     return RunJob("Loading MUO. Please wait.", "mPatchJobs.LoadPatchFile",
-                  [&] { return LoadMUO(PatchFilename, 0, 255, 0, lastBlock); });
+                  [&] { return LoadMUO(PatchFilename, 0, 255, 0, std::numeric_limits<int32_t>::max()); });
 }
 
 Result SavePatch(const std::string& PatchFilename) {

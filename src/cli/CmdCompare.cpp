@@ -62,7 +62,8 @@ void AddCompareCommands(std::vector<CommandSpec>& table) {
          "version's Size. A block that does not differ leaves the patch's slot as it was: the comparison adds "
          "to the patch and clears nothing, so that a patch of exactly the differences starts from a new patch. "
          "Hues groups are compared as the client's 708-byte groups and stored in the 1220-byte form of "
-         "verdata.mul; Tiledata is compared in its two sections (836 and 1188 bytes).\n\n"
+         "verdata.mul; Tiledata is compared in its two sections (836 and 1188 bytes, High Seas 964 and 1316), "
+         "and two files of different layouts are not compared (exit status 1).\n\n"
          "The patch is saved only if a slot changed.",
          RunCompare});
 }

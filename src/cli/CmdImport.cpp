@@ -13,6 +13,8 @@
 namespace quillet::cli {
 namespace {
 
+std::string EveryBlock() { return "0-" + std::to_string(HighestBlock()); }
+
 // import --type: the Import dialog with a file type selected. Both files are
 // tested before anything starts, as the dialog does; Tiledata goes by its two
 // sections.
@@ -22,7 +24,7 @@ int RunImportMUL(CommandContext& context) {
     if (args.Has("--fileids")) throw UsageError("--fileids goes with --muo, --uop and --verdata: --type imports one type");
     const std::string& mul = args.Required("--mul");
     const std::optional<std::string> idx = ClientIndexOption(args, "--idx", fileId);
-    const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or("0-400000"), "--blocks");
+    const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or(EveryBlock()), "--blocks");
     RequireReadableFile(mul);
     if (idx) RequireReadableFile(*idx);
 
@@ -51,7 +53,7 @@ int RunImport(CommandContext& context) {
     const bool muo = sources[0] == "--muo";
     const std::string& source = args.Required(sources[0]);
     const BlockRange fileIds = ParseRange(args.Optional("--fileids").value_or("0-255"), "--fileids", 255);
-    const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or("0-400000"), "--blocks");
+    const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or(EveryBlock()), "--blocks");
     struct stat info{};
     if (::stat(source.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) throw CommandError(source + ": no such file");
     if (muo)
@@ -88,10 +90,11 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
           {"--mul", "F", "with --type: the client's MUL file"},
           {"--idx", "F",
            "with --type: its index file; needed by the types without a fixed block size, refused by the others "
-           "(Map, Tiledata, Hues, Radarcol)"},
+           "(Map, Tiledata, Animdata, Hues, Radarcol)"},
           {"--fileids", "A-B", "take only entries whose FileID lies in the range (default 0-255)"},
           {"--blocks", "A-B",
-           "take only entries whose block lies in the range (default 0-400000); with --type, the blocks to walk"},
+           "take only entries whose block lies in the range (default " + EveryBlock() +
+               "); with --type, the blocks to walk"},
           OutOption()},
          "The import adds to the patch: an entry replaces a block of the same type and number, all other "
          "blocks stay. An entry of a MUO file also sets its type's verdata flag (see flag --help), also when "
@@ -106,8 +109,10 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
          "stored, and a block that the client's files have as empty becomes a present, empty block (Size -1), "
          "so that an export carries the empty block too. An index record of Size -2 ends the walk there. Hues "
          "groups are stored in the 1220-byte form of verdata.mul. Tiledata is read in its two sections, 836-byte "
-         "groups for blocks 0 to 511 and 1188-byte groups from byte 428032 for blocks 512 to 1023; the second "
-         "section is always taken from block 512 on, whatever the range's lower end, as the Import dialog does.",
+         "groups for blocks 0 to 511 and 1188-byte groups from byte 428032 for blocks 512 to 1023 (High Seas: "
+         "964-byte groups, then 1316-byte groups from byte 493568 for blocks 512 on, as many as the file holds); "
+         "the second section is always taken from block 512 on, whatever the range's lower end, as the Import "
+         "dialog does.",
          RunImport});
 }
 

@@ -195,13 +195,20 @@ const uint8_t* cMUL::cView(ByteArray& spare) {
     return mulWindow_.View(mul_, lastPosition_, size, spare);
 }
 
+int64_t cMUL::BlocksInFile() const {
+    if (mulLength_ <= Offset) return 0;
+    const int64_t bytes = mulLength_ - Offset;
+    return WholeBlocks ? bytes / ConstantIndex : (bytes + ConstantIndex - 1) / ConstantIndex;
+}
+
+int64_t cMUL::cExtent() {
+    if (MULFile == 0) return 0;
+    return ConstantIndex > 0 ? BlocksInFile() : BlockTotal;
+}
+
 int64_t cMUL::cBlocksIn(int64_t First, int64_t Last) {
     if (MULFile == 0 || First > Last) return 0;
-    if (ConstantIndex > 0) {
-        // Blocks whose first byte lies in the file.
-        const int64_t inFile = mulLength_ > Offset ? (mulLength_ - Offset + ConstantIndex - 1) / ConstantIndex : 0;
-        return std::max<int64_t>(0, std::min(Last, inFile - 1) - First + 1);
-    }
+    if (ConstantIndex > 0) return std::max<int64_t>(0, std::min(Last, BlocksInFile() - 1) - First + 1);
     int64_t blocks = 0;
     const int64_t last = std::min<int64_t>(Last, BlockTotal - 1);
     for (int64_t n = std::max<int64_t>(First, 0); n <= last; ++n)
@@ -256,6 +263,10 @@ void cMUL::cSave(int32_t IndexNumber, int32_t Extra, const ByteArray& bytes, boo
     }
     mulLength_ = mul_.Size();
     idxLength_ = idx_.Size();
+}
+
+std::string MULOpenFailure(const cMUL& Mul, int32_t Code, const std::string& Names) {
+    return Mul.cError(Code) + " " + Names + (Mul.Why.empty() ? "" : " (" + Mul.Why + ")");
 }
 
 }  // namespace quillet

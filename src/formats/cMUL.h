@@ -10,14 +10,15 @@
 
 #include "base/BinaryFile.h"
 #include "base/ByteIO.h"
+#include "formats/BlockReader.h"
 #include "formats/ReadNotes.h"
 
 namespace quillet {
 
-class cMUL {
+class cMUL : public BlockReader {
 public:
     cMUL();
-    ~cMUL();
+    ~cMUL() override;
     cMUL(const cMUL&) = delete;
     cMUL& operator=(const cMUL&) = delete;
 
@@ -31,7 +32,7 @@ public:
     int32_t cOpen(const std::string& IDXFilename, const std::string& MULFilename, int32_t constantIndex,
                   int32_t nbrOfBlocks, int32_t offset);
     // Answers 0, or 505 if closing failed.
-    int32_t cClose();
+    int32_t cClose() override;
     // BlockTotal while a file is open, else 0.
     int32_t cCount() const;
     // Gives the block's Extra, and for a Size above 0 its bytes in `bytes`
@@ -43,23 +44,30 @@ public:
     // Throws a Failure (for the caller's failure path) for an IndexNumber
     // whose position overflows or is negative, a block at a negative
     // Position, and a Size too large to hold in memory (base/BlockLimit.h).
-    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes);
+    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) override;
     // cLoad without the bytes; they are then cData's to give, exactly Size
     // of them (none for a Size of 0 or below), a piece at a time.
-    int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra);
-    ByteSource& cData() { return data_; }
+    int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) override;
+    ByteSource& cData() override { return data_; }
     // The bytes of the block last read by cLoadHead once more, from their
     // start (a block cut by the end of its file is not noted twice).
-    ByteSource& cDataAgain();
+    ByteSource& cDataAgain() override;
     // The bytes of the block last read by cLoadHead, held whole, without a
     // copy where the read window holds them (else in spare): for a walk that
     // only looks at small blocks. Valid until the next call on this object or
     // a change of spare. Throws a Failure for a Size too large to hold.
-    const uint8_t* cView(ByteArray& spare);
+    const uint8_t* cView(ByteArray& spare) override;
     // How many blocks with bytes the file holds among numbers First..Last:
     // index records of a Size above 0 in pair mode, blocks that begin before
-    // the end of the file in constant-size mode.
-    int64_t cBlocksIn(int64_t First, int64_t Last);
+    // the end of the file in constant-size mode (whole blocks only, with
+    // WholeBlocks).
+    int64_t cBlocksIn(int64_t First, int64_t Last) override;
+    // The block numbers the files speak for: BlockTotal in pair mode; in
+    // constant-size mode the blocks that begin before the end of the MUL
+    // file (whole blocks only, with WholeBlocks). 0 while nothing is open.
+    int64_t cExtent() override;
+    // The MUL file's length while it is open.
+    int64_t cLength() const { return mulLength_; }
     // Writes block IndexNumber: in place if it fits where it was, else at the
     // end of the MUL file; isEmpty marks the record -1/-1. The files are
     // opened for writing at the first cSave. Throws a Failure for the same bad
@@ -75,8 +83,13 @@ public:
     std::string Version = "0.5";
     int32_t Offset = 0;  // start of block 0 in constant-size mode; 0 in pair mode
     std::string Why;     // why the last cOpen failed, where known
+    // Constant-size mode: bytes behind the last whole block belong to no
+    // block, for cExtent and cBlocksIn (a file of groups without an index
+    // whose size says how many it holds). Reading a block is not changed.
+    bool WholeBlocks = false;
 
 private:
+    int64_t BlocksInFile() const;  // constant-size mode: as cExtent
     struct Record {
         int32_t Position = 0;
         int32_t Size = 0;
@@ -103,5 +116,9 @@ private:
     int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else
     int64_t idxLength_ = 0;  // likewise
 };
+
+// The text of a failed cOpen: cMUL's text, the names of the files and why,
+// where known.
+std::string MULOpenFailure(const cMUL& Mul, int32_t Code, const std::string& Names);
 
 }  // namespace quillet

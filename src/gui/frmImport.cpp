@@ -74,7 +74,7 @@ frmImport::frmImport(QWidget* parent) : DialogForm(parent) {
     Label3 = MakeLabel(this, "Label3", "Limit to block:");
     txtBlockFrom = MakeText(this, "txtBlockFrom", "0", 1155);
     Label4 = MakeLabel(this, "Label4", "->");
-    txtBlockTo = MakeText(this, "txtBlockTo", "400000", 1155);
+    txtBlockTo = MakeText(this, "txtBlockTo", std::to_string(HighestBlock()).c_str(), 1155);
     cmdImport = MakeButton(this, "cmdImport", "Import", 1335, kButtonHeight);
     cmdImport->setDefault(true);
     cmdCancel = MakeButton(this, "cmdCancel", "Cancel", 1335, kButtonHeight);

@@ -3,15 +3,17 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "base/Checked.h"
+#include "base/cError.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "base/cError.h"
-#include "support/Services.h"
 #include "core/mWait.h"
-#include "formats/cMUL.h"
+#include "formats/BlockReader.h"
+#include "formats/cTiledata.h"
 #include "operations/mImport.h"
+#include "support/Services.h"
 
 namespace quillet {
 namespace {
@@ -48,27 +50,25 @@ bool SameBytesFrom(ByteSource& base, ByteSource& altered, int64_t Size, CompareB
 }
 
 // Whether the blocks both objects last read, of the same Size, are the same.
-bool SameBlocks(cMUL& base, cMUL& altered, int32_t Size, CompareBuffers& buffers) {
+bool SameBlocks(BlockReader& base, BlockReader& altered, int32_t Size, CompareBuffers& buffers) {
     if (Size > kPiece) return SameBytesFrom(base.cData(), altered.cData(), Size, buffers);
     const uint8_t* one = base.cView(buffers.base);
     const uint8_t* two = altered.cView(buffers.altered);
     return std::memcmp(one, two, static_cast<size_t>(Size)) == 0;
 }
 
-// Walks First..Last (inclusive) on both open objects, reading index Block -
-// IndexBase. Sizes decide first; bytes only when both sizes are the same and
-// above 0, so two empty blocks are equal only with the same size: -1 against
-// 0 differs. A block that differs is read again from the altered side, into
-// the DataFile.
-void CompareRange(cMUL& base, cMUL& altered, uint8_t FileID, int32_t First, int32_t Last, int32_t IndexBase,
+// Walks First..Last (inclusive) on both open sources. Sizes decide first;
+// bytes only when both sizes are the same and above 0, so two empty blocks
+// are equal only with the same size: -1 against 0 differs. A block that
+// differs is read again from the altered side, into the DataFile.
+void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64_t First, int64_t Last,
                   CompareBuffers& buffers, CountingPoint& progress) {
     for (int64_t block = First; block <= Last; ++block) {
         const int32_t number = ToLong(block);
-        const int32_t index = SubLong(number, IndexBase);
         int32_t extra1 = 0;
         int32_t extra2 = 0;
-        const int32_t size1 = base.cLoadHead(index, extra1);
-        const int32_t size2 = altered.cLoadHead(index, extra2);
+        const int32_t size1 = base.cLoadHead(number, extra1);
+        const int32_t size2 = altered.cLoadHead(number, extra2);
         // An equal block leaves its slot alone, whatever the patch holds there;
         // the extra words take no part in the decision.
         const bool differs = size1 != size2 || (size1 > 0 && !SameBlocks(base, altered, size1, buffers));
@@ -104,40 +104,34 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
         if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) return true;
         const FileTypeRec& type = FileTypes[FileID];
         // Each side warns of its files when it goes: the base side first.
-        cMUL altered;
-        cMUL base;
-        CompareBuffers buffers;
-        CountingPoint progress(type.NbrOfBlocks);
+        std::unique_ptr<BlockReader> altered;
+        std::unique_ptr<BlockReader> base;
+        int32_t lastBlock = type.NbrOfBlocks;
+        int64_t first = 0;  // of the walk that may reach beyond the last block
         if (FileID == kTiledataFileID) {
-            // The tile data file by its two sections; both objects are opened
-            // and closed once for each.
-            for (const TiledataSection& section : kTiledataSections) {
-                const int32_t blocks = section.LastBlock - section.FirstBlock;
-                OpenMUL(base, "", MULFilename1, section.BlockSize, blocks, section.Start);
-                OpenMUL(altered, "", MULFilename2, section.BlockSize, blocks, section.Start);
-                CompareRange(base, altered, FileID, section.FirstBlock, section.LastBlock, section.FirstBlock,
-                             buffers, progress);
-                if (section.LastBlock == type.NbrOfBlocks) {
-                    WarnBeyondLast(base, MULFilename1, FileID, section.FirstBlock, kNoLimit, section.LastBlock,
-                                   section.FirstBlock, kNotCompared);
-                    WarnBeyondLast(altered, MULFilename2, FileID, section.FirstBlock, kNoLimit, section.LastBlock,
-                                   section.FirstBlock, kNotCompared);
-                }
-                base.cClose();
-                altered.cClose();
-            }
+            std::unique_ptr<cTiledata> tiles1 = OpenTiledataSource(MULFilename1);
+            std::unique_ptr<cTiledata> tiles2 = OpenTiledataSource(MULFilename2);
+            // Groups of other sizes at other places are no versions of each other.
+            if (&tiles1->Layout() != &tiles2->Layout())
+                Fail("The tile data files have different layouts and cannot be compared: " + MULFilename1 + " is " +
+                     tiles1->Layout().Name + ", " + MULFilename2 + " is " + tiles2->Layout().Name + ".");
+            lastBlock = std::min(lastBlock, tiles1->Layout().LastBlock);
+            first = kTiledataLandGroups;
+            base = std::move(tiles1);
+            altered = std::move(tiles2);
         } else {
-            OpenMUL(base, IDXFilename1, MULFilename1, type.ConstantIndex, type.NbrOfBlocks, 0);
-            OpenMUL(altered, IDXFilename2, MULFilename2, type.ConstantIndex, type.NbrOfBlocks, 0);
-            CompareRange(base, altered, FileID, 0, type.NbrOfBlocks, 0, buffers, progress);
-            const bool pair = type.ConstantIndex < 1;
-            WarnBeyondLast(base, pair ? IDXFilename1 : MULFilename1, FileID, 0, kNoLimit, type.NbrOfBlocks, 0,
-                           kNotCompared);
-            WarnBeyondLast(altered, pair ? IDXFilename2 : MULFilename2, FileID, 0, kNoLimit, type.NbrOfBlocks, 0,
-                           kNotCompared);
-            base.cClose();
-            altered.cClose();
+            base = OpenMULSource(IDXFilename1, MULFilename1, FileID);
+            altered = OpenMULSource(IDXFilename2, MULFilename2, FileID);
         }
+        const int64_t last = WalkLast(type, std::max(base->cExtent(), altered->cExtent()), lastBlock);
+        CompareBuffers buffers;
+        CountingPoint progress(last);
+        CompareRange(*base, *altered, FileID, 0, last, buffers, progress);
+        const bool pair = type.ConstantIndex < 1;
+        WarnBeyondLast(*base, pair ? IDXFilename1 : MULFilename1, FileID, first, kNoLimit, lastBlock, kNotCompared);
+        WarnBeyondLast(*altered, pair ? IDXFilename2 : MULFilename2, FileID, first, kNoLimit, lastBlock, kNotCompared);
+        base->cClose();
+        altered->cClose();
         RecountBlocks(FileID);
         return true;
     } catch (...) {

@@ -10,6 +10,7 @@
 #include "core/mWait.h"
 #include "formats/ReadNotes.h"
 #include "formats/cMUL.h"
+#include "formats/cTiledata.h"
 #include "formats/mHues.h"
 #include "support/Services.h"
 
@@ -19,47 +20,65 @@ namespace {
 // An index record of this Size ends the import at its block.
 constexpr int32_t kStopSize = -2;
 
-// Walks First..Last (inclusive) on an open cMUL, reading index Block -
-// IndexBase, until a Size of -2 ends the walk; answers whether it ran to Last.
-// Each walked block is stored with its bytes, or present and empty with Size
-// -1 whatever non-positive size the source gave. The bytes pass from the MUL
-// file into the DataFile a piece at a time; only a Hues group, converted on
-// the way, is held whole.
-bool ImportRange(cMUL& mul, uint8_t FileID, int64_t First, int64_t Last, int32_t IndexBase, CountingPoint& progress) {
+// Walks First..Last (inclusive) on an open source until a Size of -2 ends
+// the walk; answers whether it ran to Last. Each walked block is stored with
+// its bytes, or present and empty with Size -1 whatever non-positive size the
+// source gave. The bytes pass from the source into the DataFile a piece at a
+// time; only a Hues group, converted on the way, is held whole.
+bool ImportRange(BlockReader& source, uint8_t FileID, int64_t First, int64_t Last, CountingPoint& progress) {
     ByteArray bytes;
     ByteArray hues;
     for (int64_t block = First; block <= Last; ++block) {
         const int32_t number = ToLong(block);
-        const int32_t index = SubLong(number, IndexBase);
         int32_t extra = 0;
-        const int32_t size = FileID == kHuesFileID ? mul.cLoad(index, extra, bytes) : mul.cLoadHead(index, extra);
+        const int32_t size =
+            FileID == kHuesFileID ? source.cLoad(number, extra, bytes) : source.cLoadHead(number, extra);
         if (size == kStopSize) return false;
         if (size < 1)
             StoreBlock(FileID, number, -1, extra, nullptr);
         else if (FileID == kHuesFileID)
             StoreMULBlock(FileID, number, size, extra, bytes, hues);
         else
-            StoreBlockFrom(FileID, number, size, extra, mul.cData());
+            StoreBlockFrom(FileID, number, size, extra, source.cData());
         progress.Tick(number);
     }
     return true;
 }
 
+constexpr const char* kNotImported = "they were not imported";
+
 }  // namespace
 
-void OpenMUL(cMUL& Mul, const std::string& IDXFilename, const std::string& MULFilename, int32_t ConstantIndex,
-             int32_t NbrOfBlocks, int32_t Offset) {
-    const int32_t code = Mul.cOpen(IDXFilename, MULFilename, ConstantIndex, NbrOfBlocks, Offset);
-    if (code == 0) return;
-    const std::string names = ConstantIndex > 0 ? MULFilename : IDXFilename + " and " + MULFilename;
-    Fail(Mul.cError(code) + " " + names + (Mul.Why.empty() ? "" : " (" + Mul.Why + ")"));
+std::unique_ptr<cTiledata> OpenTiledataSource(const std::string& MULFilename) {
+    auto tiles = std::make_unique<cTiledata>();
+    const int32_t code = tiles->cOpen(MULFilename);
+    if (code != 0) Fail(tiles->cError(code) + " " + MULFilename + (tiles->Why.empty() ? "" : " (" + tiles->Why + ")"));
+    return tiles;
 }
 
-void WarnBeyondLast(cMUL& mul, const std::string& file, uint8_t FileID, int64_t FromBlock, int64_t ToBlock,
-                    int32_t LastBlock, int32_t IndexBase, const char* whatBecame) {
+std::unique_ptr<BlockReader> OpenMULSource(const std::string& IDXFilename, const std::string& MULFilename,
+                                           uint8_t FileID) {
+    if (FileID == kTiledataFileID) return OpenTiledataSource(MULFilename);
+    const FileTypeRec& type = FileTypes[FileID];
+    auto mul = std::make_unique<cMUL>();
+    // The animation data file's size counts its whole groups; what follows
+    // the last one is no block.
+    mul->WholeBlocks = FileID == kAnimdataFileID;
+    const int32_t code = mul->cOpen(IDXFilename, MULFilename, type.ConstantIndex, type.NbrOfBlocks, 0);
+    if (code != 0)
+        Fail(MULOpenFailure(*mul, code, type.ConstantIndex > 0 ? MULFilename : IDXFilename + " and " + MULFilename));
+    return mul;
+}
+
+int64_t WalkLast(const FileTypeRec& Type, int64_t Extent, int64_t LastBlock) {
+    return std::min(std::max<int64_t>(Type.ClassicLast, Extent - 1), LastBlock);
+}
+
+void WarnBeyondLast(BlockReader& source, const std::string& file, uint8_t FileID, int64_t FromBlock, int64_t ToBlock,
+                    int32_t LastBlock, const char* whatBecame) {
     if (ToBlock <= LastBlock) return;
-    const int64_t first = std::max<int64_t>(FromBlock, int64_t{LastBlock} + 1) - IndexBase;
-    const int64_t beyond = mul.cBlocksIn(first, ToBlock - IndexBase);
+    const int64_t first = std::max<int64_t>(FromBlock, int64_t{LastBlock} + 1);
+    const int64_t beyond = source.cBlocksIn(first, ToBlock);
     if (beyond > 0)
         Warn(file + ": " + Counted(beyond, "block lies", "blocks lie") + " beyond the last block of " +
              FileTypes[FileID].Name + " (" + std::to_string(LastBlock) + "); " + whatBecame + ".");
@@ -85,14 +104,13 @@ bool LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uin
     try {
         if (!gFileIO.FileExist(MULFilename)) return true;
         const FileTypeRec& type = FileTypes[FileID];
-        cMUL mul;
-        OpenMUL(mul, IDXFilename, MULFilename, type.ConstantIndex, type.NbrOfBlocks, 0);
-        CountingPoint progress(type.NbrOfBlocks);
-        const int64_t last = ToBlock < type.NbrOfBlocks ? ToBlock : type.NbrOfBlocks;
-        if (ImportRange(mul, FileID, FromBlock, last, 0, progress))
-            WarnBeyondLast(mul, type.ConstantIndex > 0 ? MULFilename : IDXFilename, FileID, FromBlock, ToBlock,
-                           type.NbrOfBlocks, 0, "they were not imported");
-        mul.cClose();
+        const std::unique_ptr<BlockReader> source = OpenMULSource(IDXFilename, MULFilename, FileID);
+        const int64_t last = WalkLast(type, source->cExtent(), type.NbrOfBlocks);
+        CountingPoint progress(last);
+        if (ImportRange(*source, FileID, FromBlock, std::min<int64_t>(ToBlock, last), progress))
+            WarnBeyondLast(*source, type.ConstantIndex > 0 ? MULFilename : IDXFilename, FileID, FromBlock, ToBlock,
+                           type.NbrOfBlocks, kNotImported);
+        source->cClose();
         RecountBlocks(FileID);
         return true;
     } catch (...) {
@@ -105,26 +123,19 @@ bool LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uin
 bool LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock) {
     try {
         if (!gFileIO.FileExist(MULFilename)) return true;
-        // One object serves both sections, opened and closed once for each.
-        cMUL mul;
-        CountingPoint progress(FileTypes[kTiledataFileID].NbrOfBlocks);
-        const TiledataSection& land = kTiledataSections[0];
-        const TiledataSection& statics = kTiledataSections[1];
-        if (FromBlock < statics.FirstBlock) {
-            OpenMUL(mul, "", MULFilename, land.BlockSize, land.LastBlock - land.FirstBlock, land.Start);
-            const int64_t last = ToBlock < land.LastBlock ? ToBlock : land.LastBlock;
-            ImportRange(mul, kTiledataFileID, FromBlock, last, land.FirstBlock, progress);
-            mul.cClose();
-        }
-        // The second section always begins at its first group.
-        if (ToBlock >= statics.FirstBlock) {
-            OpenMUL(mul, "", MULFilename, statics.BlockSize, statics.LastBlock - statics.FirstBlock, statics.Start);
-            const int64_t last = ToBlock < statics.LastBlock ? ToBlock : statics.LastBlock;
-            if (ImportRange(mul, kTiledataFileID, statics.FirstBlock, last, statics.FirstBlock, progress))
-                WarnBeyondLast(mul, MULFilename, kTiledataFileID, statics.FirstBlock, ToBlock, statics.LastBlock,
-                               statics.FirstBlock, "they were not imported");
-            mul.cClose();
-        }
+        const FileTypeRec& type = FileTypes[kTiledataFileID];
+        const std::unique_ptr<cTiledata> tiles = OpenTiledataSource(MULFilename);
+        const int32_t layoutLast = std::min(tiles->Layout().LastBlock, type.NbrOfBlocks);
+        const int64_t last = WalkLast(type, tiles->cExtent(), layoutLast);
+        CountingPoint progress(last);
+        if (FromBlock < kTiledataLandGroups)
+            ImportRange(*tiles, kTiledataFileID, FromBlock, std::min(ToBlock, kTiledataLandGroups - 1), progress);
+        // The item groups are always walked from their first one on.
+        if (ToBlock >= kTiledataLandGroups &&
+            ImportRange(*tiles, kTiledataFileID, kTiledataLandGroups, std::min<int64_t>(ToBlock, last), progress))
+            WarnBeyondLast(*tiles, MULFilename, kTiledataFileID, kTiledataLandGroups, ToBlock, layoutLast,
+                           kNotImported);
+        tiles->cClose();
         RecountBlocks(kTiledataFileID);
         return true;
     } catch (...) {

@@ -2,7 +2,7 @@
 // The procedures of mMuls that take blocks out of the client's own data files
 // into the patch: the import of one file type (LoadMUL, and LoadTiledata for
 // the tile data file with its two sections) and the comparison of two
-// versions of one file type (CompareMUL).
+// versions of one file type (CompareMUL). Both walk a BlockReader.
 //
 // Unlike the loaders of patch files, which keep the records a file happens to
 // hold, these walk block numbers: every number walked ends up with a slot
@@ -18,45 +18,38 @@
 //
 // What they go on past is told as warnings (base/Warnings.h), one per file
 // and kind with its count: blocks that reach past the end of their file
-// (read as zeros there), and blocks the files hold beyond the type's last
-// block (left out).
-#include <array>
+// (read as zeros there), blocks the files hold beyond the type's last block
+// (left out), and a tile data file whose size fits neither of its layouts
+// (read in the classic one).
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "base/ByteIO.h"
 
 namespace quillet {
 
-class cMUL;
+class BlockReader;
+class cTiledata;
+struct FileTypeRec;
 
 inline constexpr uint8_t kTiledataFileID = 30;
+inline constexpr uint8_t kAnimdataFileID = 31;
 inline constexpr uint8_t kHuesFileID = 32;
 
-// The tile data file: 512 land groups of 836 bytes, then 512 static groups of
-// 1188 bytes from 512 times 836 on. Block numbers 0..511 and 512..1023.
-struct TiledataSection {
-    int32_t FirstBlock;  // Block of the section's group 0
-    int32_t LastBlock;
-    int32_t BlockSize;
-    int32_t Start;  // file position of group 0
-};
-inline constexpr std::array<TiledataSection, 2> kTiledataSections{{
-    {0, 511, 836, 0},
-    {512, 1023, 1188, 512 * 836},
-}};
-
-// Imports blocks FromBlock..ToBlock (inclusive, and at most the type's
-// NbrOfBlocks) of FileID from the MUL file, through the IDX file for a type
-// without a constant block size. A source block of Size 0 or below is stored
-// present and empty with Size -1; a Size of -2 ends the walk there. A missing
-// MUL file ends the call before anything is done, answering true. Not for
-// FileID 30.
+// Imports blocks FromBlock..ToBlock (inclusive) of FileID from the MUL file,
+// through the IDX file for a type without a constant block size. The walk
+// ends at the type's classic last block, or further if the files hold more
+// blocks, up to the type's last block (WalkLast). A source block of Size 0
+// or below is stored present and empty with Size -1; a Size of -2 ends the
+// walk there. A missing MUL file ends the call before anything is done,
+// answering true. Not for FileID 30.
 bool LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uint8_t FileID, int32_t FromBlock,
              int32_t ToBlock);
 
-// The same for the tile data file (FileID 30). The first section is walked
-// from FromBlock if that lies below 512; the second, if ToBlock is 512 or
+// The same for the tile data file (FileID 30), in the layout its size gives
+// (formats/cTiledata.h). The land groups (blocks 0..511) are walked from
+// FromBlock if that lies below 512; the item groups, if ToBlock is 512 or
 // more, always from 512 on, whatever FromBlock says.
 bool LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToBlock);
 
@@ -65,7 +58,9 @@ bool LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToB
 // only when both sizes are equal and above 0; extra words are not compared.
 // An altered block of Size below 1 is stored present and empty with its Size
 // as it came. Hues groups are compared as 708-byte source groups and stored
-// converted. A missing MUL file on either side ends the call at once,
+// converted. The walk goes as far as the larger side asks (WalkLast). Two
+// tile data files of different layouts are not compared: a failure, before
+// any block. A missing MUL file on either side ends the call at once,
 // answering true.
 bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
                 const std::string& IDXFilename2, uint8_t FileID);
@@ -75,21 +70,32 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
 // a failure (an index outside the array).
 bool SameBytes(const ByteArray& First, const ByteArray& Second);
 
-// Shared by import and compare: cMUL::cOpen, with an answer other than 0 a
-// Failure of cMUL's text and the file's name (both names for a pair).
-void OpenMUL(cMUL& Mul, const std::string& IDXFilename, const std::string& MULFilename, int32_t ConstantIndex,
-             int32_t NbrOfBlocks, int32_t Offset);
+// ---- Shared by import and compare
 
-// Shared by import and compare: warns of the blocks that the open file holds
-// beyond the type's last block, LastBlock, among those a walk from FromBlock
-// to ToBlock would take (block numbers; the file's index is block minus
-// IndexBase). whatBecame ends the warning: "they were not imported".
-void WarnBeyondLast(cMUL& mul, const std::string& file, uint8_t FileID, int64_t FromBlock, int64_t ToBlock,
-                    int32_t LastBlock, int32_t IndexBase, const char* whatBecame);
+// Opens the client's file(s) of FileID for a walk: an IDX/MUL pair or a file
+// of constant-size blocks as the type's row says (the animation data file
+// holds whole groups only), the tile data file by its layout. A source that
+// cannot be opened is a Failure of cMUL's text, the file's name (both names
+// for a pair) and why.
+std::unique_ptr<BlockReader> OpenMULSource(const std::string& IDXFilename, const std::string& MULFilename,
+                                           uint8_t FileID);
+std::unique_ptr<cTiledata> OpenTiledataSource(const std::string& MULFilename);
 
-// Shared by import and compare: a source block with bytes (Size above 0)
-// into its slot; a Hues group converted to its verdata form first, with
-// HueBuffer as the work array.
+// The last block a walk over a source of Extent block numbers goes to: at
+// least the type's ClassicLast, so that a short index or file gives empty
+// blocks or zeros up to there as classic clients' files did, and further to
+// the last block the source holds, but not beyond LastBlock (the type's
+// NbrOfBlocks, or less where the source's layout ends sooner).
+int64_t WalkLast(const FileTypeRec& Type, int64_t Extent, int64_t LastBlock);
+
+// Warns of the blocks that the source holds beyond LastBlock among those a
+// walk from FromBlock to ToBlock would take. whatBecame ends the warning:
+// "they were not imported".
+void WarnBeyondLast(BlockReader& source, const std::string& file, uint8_t FileID, int64_t FromBlock, int64_t ToBlock,
+                    int32_t LastBlock, const char* whatBecame);
+
+// A source block with bytes (Size above 0) into its slot; a Hues group
+// converted to its verdata form first, with HueBuffer as the work array.
 void StoreMULBlock(uint8_t FileID, int32_t Block, int32_t Size, int32_t Extra, const ByteArray& Bytes,
                    ByteArray& HueBuffer);
 

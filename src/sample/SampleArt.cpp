@@ -39,6 +39,11 @@ void PairWriter::Add(const IdxRecord& record) {
     ++sum_.records;
 }
 
+void PairWriter::Hole(int32_t n) {
+    idx_.Hole(int64_t{n} * 12);
+    sum_.records += n;
+}
+
 IdxMulSummary PairWriter::Finish() {
     sum_.mulBytes = mul_.Position();
     idx_.Finish();

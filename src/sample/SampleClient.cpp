@@ -250,6 +250,8 @@ void WriteSet(const SampleOptions& o) {
            "version 4: entries from byte 12; the entries of patch.muo without bit 6:\n" + PatchText(patch, false));
     m.File("patch5.uop", "version 5: a 10-byte tool name, entries from byte 22; the same entries as patch4.uop");
 
+    m.Line(WriteCurrentFiles(Path(o, "current"), o.full, o.seed));
+
     OutFile out(Path(o, "sample-client.txt"));
     out.Text(m.Text());
     out.Finish();

@@ -9,6 +9,7 @@
 // Besides the whole set, the building blocks are public so that a test or a
 // benchmark can make exactly the file it needs. Each answers false with a
 // reason in *error (which may be null) and logs the failure.
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -147,6 +148,38 @@ bool WriteHues(const std::string& path, int32_t groups, uint32_t seed, std::stri
 bool WriteTiledata(const std::string& path, uint32_t seed, std::string* error);
 // 65536 colours of 15 bits: land tiles, then items from 16384 on.
 bool WriteRadarcol(const std::string& path, uint32_t seed, std::string* error);
+
+// ---- Current clients' files: the folder current/ of the set
+
+// Mondain's Legacy's facet 0: 896 columns of 512 blocks (89915392 bytes).
+inline constexpr int32_t kCurrentMapColumns = 896;
+// The small set's current map and statics index are sparse files of the
+// whole size: these columns are written; every other block of the map is a
+// hole that reads as zeros, and every other index record one of zeros (Size
+// 0: no block). The first columns are those of the small classic map, byte
+// for byte.
+struct ColumnRange {
+    int32_t first;
+    int32_t last;
+};
+inline constexpr std::array<ColumnRange, 3> kSmallCurrentColumns{{{0, kSmallMapColumns - 1}, {768, 771}, {892, 895}}};
+// The High Seas tile data file: 512 land groups of 964 bytes, then item
+// groups of 1316 bytes (2048 of them in current clients): the classic
+// groups' records with their flags widened to 64 bits.
+inline constexpr int32_t kHighSeasLandGroupSize = 964;
+inline constexpr int32_t kHighSeasItemGroupSize = 1316;
+inline constexpr int32_t kHighSeasItemGroups = 2048;
+// The animation data file: groups of 548 bytes (a header, 8 records of 64
+// signed frame offsets, an unknown byte, frame count, frame interval, start
+// interval) for the items 8 g to 8 g + 7; no index.
+inline constexpr int32_t kAnimdataGroupSize = 548;
+inline constexpr int32_t kAnimdataGroups = 2048;
+
+// Tile data group `group` of the High Seas layout (964 or 1316 bytes).
+ByteArray HighSeasTiledataGroup(uint32_t seed, int32_t group);
+bool WriteHighSeasTiledata(const std::string& path, int32_t itemGroups, uint32_t seed, std::string* error);
+ByteArray AnimdataGroup(uint32_t seed, int32_t group);
+bool WriteAnimdata(const std::string& path, int32_t groups, uint32_t seed, std::string* error);
 
 // ---- Patch files
 

@@ -185,7 +185,7 @@ bool IsTerrainItem(int32_t item) {
 
 // ---- OutFile
 
-OutFile::OutFile(std::string path, size_t window) : path_(std::move(path)) {
+OutFile::OutFile(std::string path, size_t window) : path_(std::move(path)), window_(window) {
     if (!file_.Open(path_, BinaryFile::Mode::CreateNew)) {
         const int error = errno;
         Fail(error == EEXIST ? path_ + " is there already: the sample generator overwrites nothing"
@@ -227,6 +227,13 @@ void OutFile::Zeros(size_t n) {
     }
 }
 
+void OutFile::Hole(int64_t n) {
+    if (n < 0) Fail("A hole of a negative size in " + path_);
+    const int64_t end = writer_->Position() + n;
+    if (!writer_->Flush()) Fail("Unable to write " + path_);
+    writer_ = std::make_unique<FileWriter>(file_, end, window_);
+}
+
 FileWriter& OutFile::Second(int64_t start) {
     second_ = std::make_unique<FileWriter>(file_, start, size_t{1} << 20);
     return *second_;
@@ -235,6 +242,7 @@ FileWriter& OutFile::Second(int64_t start) {
 void OutFile::Finish() {
     bool ok = writer_->Flush();
     if (second_) ok = second_->Flush() && ok;
+    if (ok && file_.Size() < writer_->Position()) ok = file_.Truncate(writer_->Position());  // a hole at the end
     ok = file_.Close() && ok;
     if (!ok) Fail("Unable to write " + path_);
 }

@@ -44,6 +44,7 @@ enum Tag : uint64_t {
     kTagRadar,
     kTagPatch,
     kTagBulk,
+    kTagAnimdata,
 };
 
 // splitmix64 as a generator.
@@ -147,6 +148,9 @@ public:
     // Exactly width bytes: the text, cut or padded with 0 bytes.
     void FixedText(std::string_view s, size_t width);
     void Zeros(size_t n);
+    // Skips n bytes: a hole that reads as zeros and takes no disk (the file
+    // reaches past a hole at its end too).
+    void Hole(int64_t n);
     int64_t Position() const { return writer_->Position(); }
     // A second appending writer over the same file, from start on (the verdata
     // index and its data area are written side by side).
@@ -156,6 +160,7 @@ public:
 
 private:
     std::string path_;
+    size_t window_;
     BinaryFile file_;
     std::unique_ptr<FileWriter> writer_;
     std::unique_ptr<FileWriter> second_;
@@ -169,6 +174,8 @@ class PairWriter {
 public:
     PairWriter(const std::string& idxPath, const std::string& mulPath);
     void Add(const IdxRecord& record);
+    // n records left as a hole of the IDX file: zeros, Size 0, no block.
+    void Hole(int32_t n);
     IdxMulSummary Finish();
 
 private:
@@ -199,6 +206,11 @@ void WriteGumpFiles(const std::string& idxPath, const std::string& mulPath, cons
 void WriteHuesFile(const std::string& path, int32_t groups, uint32_t seed);
 void WriteTiledataFile(const std::string& path, uint32_t seed);
 void WriteRadarcolFile(const std::string& path, uint32_t seed);
+void WriteHighSeasTiledataFile(const std::string& path, int32_t itemGroups, uint32_t seed);
+void WriteAnimdataFile(const std::string& path, int32_t groups, uint32_t seed);
+// The files of a current client into dir (made if missing), a whole map or a
+// sparse one; answers their lines of the set's description.
+std::string WriteCurrentFiles(const std::string& dir, bool full, uint32_t seed);
 void WriteMUO(const std::string& path, int32_t count, const EntrySource& source);
 void WriteUOP(const std::string& path, int32_t version, int32_t count, const EntrySource& source);
 void WriteVerdata(const std::string& path, int32_t count, const EntrySource& source);

@@ -73,6 +73,23 @@ expect_status 2 "$cli" compare --patch "$scratch/cmp.muo" --type hues "${base[@]
 expect_status 1 "$cli" compare --patch "$scratch/cmp.muo" --type art "${new[@]}" --base-mul "$scratch/base.mul" --base-idx "$scratch/none.idx"
 expect_same "error: $scratch/none.idx: no such file" "$err" "missing base index"
 cmp "$scratch/cmp.before" "$scratch/cmp.muo" || fail "a refused compare changed the patch"
+# Tile data of the classic and the High Seas layout are no versions of each
+# other: refused (exit 1), the patch as it was. Two High Seas files compare
+# up to their last item group; the current client's animation data, which has
+# no index file, imports whole.
+tiles=(--type tiledata --base-mul "$client/tiledata.mul")
+expect_err 1 "error: mMuls.CompareMUL: The tile data files have different layouts and cannot be compared: " \
+  "$cli" compare --patch "$scratch/cmp.muo" "${tiles[@]}" --new-mul "$client/current/tiledata.mul"
+cmp "$scratch/cmp.before" "$scratch/cmp.muo" || fail "a refused compare of tile data changed the patch"
+cp "$client/current/tiledata.mul" "$scratch/tiles-hs.mul"
+printf 'X' | dd of="$scratch/tiles-hs.mul" bs=1 seek=3188735 conv=notrunc status=none
+expect_status 0 "$cli" compare --patch "$scratch/hs.muo" --type tiledata --base-mul "$client/current/tiledata.mul" \
+  --new-mul "$scratch/tiles-hs.mul"
+expect_list "$scratch/hs.muo" tiledata "9FF 1316 FFFFFFFF"  # block 2559
+expect_err 2 "Animdata has no index file" "$cli" import --patch "$scratch/anim.muo" --type animdata \
+  --mul "$client/current/animdata.mul" --idx "$client/staidx0.mul"
+expect_status 0 "$cli" import --patch "$scratch/anim.muo" --type animdata --mul "$client/current/animdata.mul"
+expect_counts "$scratch/anim.muo" "Animdata (2048)"
 
 ## gump
 

@@ -114,14 +114,14 @@ expect_same "warning: $scratch/short.uop: 2 blocks reach past the end of the fil
 warning: $scratch/short.uop: the file counts 3 entries but ends after 1; the rest repeat the entry before them, with zeros as bytes." \
   "$err" "the warnings of a cut UOP file"
 expect_list "$scratch/short.muo" art "7 5 0"
-# Blocks that an index holds beyond Art's last block (65536): counted in a
+# Blocks that an index holds beyond Art's last block (81883): counted in a
 # warning, not imported.
-{ head -c $((65537 * 12)) /dev/zero | tr '\0' '\377'; idx_record 0 1 0; idx_record 0 1 0; } >"$scratch/long.idx"
+{ head -c $((81884 * 12)) /dev/zero | tr '\0' '\377'; idx_record 0 1 0; idx_record 0 1 0; } >"$scratch/long.idx"
 printf 'Q' >"$scratch/q.mul"
 expect_status 0 "$cli" import --patch "$scratch/long.muo" --type art --mul "$scratch/q.mul" --idx "$scratch/long.idx"
-expect_same "warning: $scratch/long.idx: 2 blocks lie beyond the last block of Art (65536); they were not imported." \
+expect_same "warning: $scratch/long.idx: 2 blocks lie beyond the last block of Art (81883); they were not imported." \
   "$err" "the warning of blocks beyond the type's last"
-expect_counts "$scratch/long.muo" "Art (65537)"
+expect_counts "$scratch/long.muo" "Art (81884)"
 # A MUO file that gives no block says so; the exit status stays 0.
 muo >"$scratch/empty.muo"
 expect_err 0 "warning: $scratch/empty.muo: no block was loaded (the file counts 0 entries)." \

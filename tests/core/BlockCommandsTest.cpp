@@ -55,8 +55,8 @@ TEST_F(BlockCommandsTest, DeleteFailureKeepsWhatWasDoneAndLogs) {
     EXPECT_EQ(PatchBlocks[kArt].Count, 3);
     EXPECT_EQ(LoggedProcs(), std::vector<std::string>{"mMenu.ListView_Delete"});
 
-    // 65537 is beyond Art and comes first: nothing is removed.
-    EXPECT_EQ(DeleteBlocks(kArt, {1, 65537}), 0);
+    // 81884 is beyond Art and comes first: nothing is removed.
+    EXPECT_EQ(DeleteBlocks(kArt, {1, 81884}), 0);
     EXPECT_EQ(Slot(kArt, 1).Offset, 1);
 }
 
@@ -76,7 +76,7 @@ TEST_F(BlockCommandsTest, ExportWritesExactlyTheBlockOverAnyOldFile) {
     EXPECT_EQ(Slot(kArt, 26).Offset, 4);
     EXPECT_TRUE(LogLines().empty());
 
-    EXPECT_FALSE(ExportBlockToFile(kArt, 70000, Path("x.dat")));  // beyond Art
+    EXPECT_FALSE(ExportBlockToFile(kArt, 81884, Path("x.dat")));  // beyond Art
     EXPECT_EQ(LoggedProcs(), std::vector<std::string>{"mMenu.ListView_Export"});
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <regex>
 
 #include "common/TestEnv.h"
@@ -29,6 +30,24 @@ TEST_F(StoreTest, NewPatchHasEverySlotAbsentUpToTheLastBlock) {
         EXPECT_TRUE(slots == 0 || PatchBlocks[id].Blocks.back().Offset == -1) << id;
     }
     EXPECT_EQ(waitTexts, std::vector<std::string>{"Loading radar colors"});
+}
+
+// Current clients' last blocks, and classic clients' beside them where they grew.
+TEST_F(StoreTest, TypesKeepTheirCurrentAndClassicLastBlocks) {
+    const std::map<int, std::pair<int32_t, int32_t>> lasts = {
+        {0, {458751, 393215}}, {2, {458751, 393215}}, {4, {81883, 65536}}, {6, {148809, 148809}}, {8, {4095, 255}},
+        {10, {16383, 4095}},   {12, {65535, 65535}},  {14, {8703, 8182}},  {16, {255, 255}},      {30, {2559, 1023}},
+        {31, {2047, 2000}},    {32, {374, 374}},      {128, {99, 99}},     {129, {81919, 65535}}};
+    for (int id = 0; id < kFileIDs; ++id) {
+        const auto want = lasts.find(id);
+        const FileTypeRec& row = FileTypes[id];
+        ASSERT_EQ(!row.Name.empty(), want != lasts.end()) << id;
+        if (!row.Name.empty()) {
+            EXPECT_EQ(std::pair(row.NbrOfBlocks, row.ClassicLast), want->second) << id;
+        }
+    }
+    EXPECT_EQ(FileTypes[31].ConstantIndex, 548);  // the animation data file has no index
+    EXPECT_EQ(HighestBlock(), 458751);
 }
 
 TEST_F(StoreTest, BlocksAppendToTheDataFileWithOneBasedOffsets) {

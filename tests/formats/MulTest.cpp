@@ -3,10 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "base/Checked.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "base/Checked.h"
 #include "formats/cMUL.h"
+#include "formats/cTiledata.h"
 
 namespace quillet {
 namespace {
@@ -214,6 +215,39 @@ TEST_F(MulTest, ConstantSizeModeCountsFromOffsetWithExtraMinusOne) {
     ASSERT_EQ(mul.cOpen("", Path("map.mul"), 3, 2, 1), 0);
     EXPECT_EQ(mul.cLoad(1, extra, bytes), 3);
     EXPECT_EQ(bytes, ByteArray(map.begin() + 4, map.begin() + 7));
+}
+
+// What a file speaks for: its records (rounded as BlockTotal), or the blocks
+// that begin before its end; with WholeBlocks only the blocks it holds whole.
+TEST_F(MulTest, ExtentCountsTheBlockNumbersAFileSpeaksFor) {
+    test::WriteFile(Path("e.idx"), Bytes{}.record(-1, -1, 0).record(0, 1, 0).record(0, 1, 0).fill(7, 0).b);
+    test::WriteFile(Path("e.mul"), Counting(1000));
+    cMUL mul;
+    EXPECT_EQ(mul.cExtent(), 0);  // nothing open
+    ASSERT_EQ(mul.cOpen(Path("e.idx"), Path("e.mul"), 0, 0, 0), 0);
+    EXPECT_EQ(mul.cExtent(), 4);  // 43 bytes: 3.58 records
+    ASSERT_EQ(mul.cClose(), 0);
+    for (const bool whole : {false, true}) {
+        mul.WholeBlocks = whole;
+        ASSERT_EQ(mul.cOpen("", Path("e.mul"), 196, 1, 6), 0);  // 994 bytes from 6 on: 5 blocks and 14 bytes
+        EXPECT_EQ(mul.cExtent(), whole ? 5 : 6);
+        EXPECT_EQ(mul.cBlocksIn(4, 100), whole ? 1 : 2);
+        int32_t extra = 0;
+        ByteArray bytes;
+        EXPECT_EQ(mul.cLoad(5, extra, bytes), 196);  // read as ever: what is there, then zeros
+        EXPECT_EQ(bytes, Bytes{}.raw(Counting(14, static_cast<uint8_t>(6 + 5 * 196))).fill(182, 0).b);
+    }
+}
+
+TEST(TiledataLayoutTest, TheSizeTellsTheLayout) {
+    // The classic size; the three High Seas sizes and any other whole number of
+    // item groups; sizes of neither, read in the classic layout.
+    for (const int64_t size : {1167360, 1841152, 3188736, 493568 + 1316})
+        EXPECT_STREQ(TiledataLayoutOf(size).Name, "High Seas") << size;
+    for (const int64_t size : {1036288, 0, 493568, 493568 - 1316, 1036288 + 1188, 3188736 + 1})
+        EXPECT_STREQ(TiledataLayoutOf(size).Name, "classic") << size;
+    EXPECT_TRUE(FitsATiledataLayout(1036288) && FitsATiledataLayout(3188736) && FitsATiledataLayout(494884));
+    EXPECT_FALSE(FitsATiledataLayout(1036288 + 1188) || FitsATiledataLayout(0) || FitsATiledataLayout(493568));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 using namespace test;
 
-bool LoadAll(const std::string& path) { return LoadMUO(path, 0, 255, 0, 400000); }
+bool LoadAll(const std::string& path) { return LoadMUO(path, 0, 255, 0, HighestBlock()); }
 
 TEST_F(PatchTest, ForeignMuoLoadsToTheExactSlotsAndFlags) {
     Bytes file = Bytes{}.muoHeader(8, 1, "Some other tool's patch", "", "Somebody else");

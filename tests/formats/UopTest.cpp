@@ -12,7 +12,7 @@ namespace {
 
 using namespace test;
 
-void LoadAll(const std::string& path) { LoadUOP(path, 0, 255, 0, 400000); }
+void LoadAll(const std::string& path) { LoadUOP(path, 0, 255, 0, HighestBlock()); }
 const std::string kIllegal = "An block with an illegal sized blocknumber where detected and ignored:\r\nFileID: ";
 
 TEST_F(PatchTest, UopVersions4And5LoadTheSameEntries) {
@@ -58,7 +58,7 @@ TEST_F(PatchTest, UopOfAnotherVersionOrAContainerFailsNamingTheFile) {
     for (const uint8_t version : std::initializer_list<uint8_t>{3, 6, 0, 1}) {
         const std::string name = "v" + std::to_string(version) + ".uop";
         test::WriteFile(Path(name), Bytes{}.uopHeader(version, 1).uop(4, 1, 1, 0, {1}).b);
-        EXPECT_FALSE(LoadUOP(Path(name), 0, 255, 0, 400000)) << name;
+        EXPECT_FALSE(LoadUOP(Path(name), 0, 255, 0, HighestBlock())) << name;
         failing.push_back(Path(name) + ": Unsupported patchfile.");
         cUOP uop;
         EXPECT_EQ(uop.cOpen(Path(name)), 500) << int{version};
@@ -66,13 +66,14 @@ TEST_F(PatchTest, UopOfAnotherVersionOrAContainerFailsNamingTheFile) {
     }
     test::WriteFile(Path("tiny.uop"), {'U', 'O'});  // cut inside the header: version 0
     test::WriteFile(Path("myp.uop"), Bytes{}.text("MYP").u8(0).le(5).le(0xD88).le(0).b);  // a client's container
-    EXPECT_FALSE(LoadUOP(Path("tiny.uop"), 0, 255, 0, 400000));
-    EXPECT_FALSE(LoadUOP(Path("myp.uop"), 0, 255, 0, 400000));
+    EXPECT_FALSE(LoadUOP(Path("tiny.uop"), 0, 255, 0, HighestBlock()));
+    EXPECT_FALSE(LoadUOP(Path("myp.uop"), 0, 255, 0, HighestBlock()));
     failing.push_back(Path("tiny.uop") + ": Unsupported patchfile.");
     failing.push_back(Path("myp.uop") +
                       ": Unsupported patchfile. It is a client UOP container (\"MYP\"): it holds "
                       "no patch.");
-    for (const std::string& path : {Path("missing.uop"), std::string()}) EXPECT_TRUE(LoadUOP(path, 0, 255, 0, 400000));
+    for (const std::string& path : {Path("missing.uop"), std::string()})
+        EXPECT_TRUE(LoadUOP(path, 0, 255, 0, HighestBlock()));
     ASSERT_EQ(LogLines().size(), failing.size());
     for (size_t i = 0; i < failing.size(); ++i)
         EXPECT_NE(LogLines()[i].find("mPatch.LoadUOP: " + failing[i]), std::string::npos) << LogLines()[i];
@@ -93,21 +94,21 @@ TEST_F(PatchTest, UopOfAnotherVersionOrAContainerFailsNamingTheFile) {
 TEST_F(PatchTest, UopIllegalBlocksReservedIdsAndRanges) {
     const ByteArray file = Bytes{}
                                .uopHeader(5, 7)
-                               .uop(8, 256, 2, 0, {2, 2})  // above NbrOfBlocks: message, data consumed
+                               .uop(8, 4096, 2, 0, {2, 2})  // above NbrOfBlocks: message, data consumed
                                .uop(8, 255, 1, 3, {1})
                                .uop(252, 0, 1, 0, {1}).uop(255, 0, 0, 0)  // reserved: dropped without a word
                                .uop(253, 1, 0, 0)  // unused row, NbrOfBlocks 0: the message comes first
-                               .uop(4, 65536, 1, 0, {4}).uop(8, 10, 1, 0, {5}).b;  // Art's highest block
+                               .uop(4, 81883, 1, 0, {4}).uop(8, 10, 1, 0, {5}).b;  // Art's highest block
     test::WriteFile(Path("p.uop"), file);
     LoadUOP(Path("p.uop"), 8, 8, 255, 255);
     ExpectBlock(8, 255, 1, 3, {1});
     ExpectAbsent(8, 10);
     EXPECT_EQ(std::tuple(PatchBlocks[4].Count, PatchBlocks[8].Count), std::tuple(0, 1));
-    EXPECT_EQ(messages, (std::vector<std::string>{kIllegal + "8\r\nBlocknumber:256",  // outside the ranges too
+    EXPECT_EQ(messages, (std::vector<std::string>{kIllegal + "8\r\nBlocknumber:4096",  // outside the ranges too
                                                   kIllegal + "253\r\nBlocknumber:1"}));
     messages.clear();
     LoadAll(Path("p.uop"));
-    ExpectBlock(4, 65536, 1, 0, {4});
+    ExpectBlock(4, 81883, 1, 0, {4});
     ExpectBlock(8, 10, 1, 0, {5});
     EXPECT_EQ(PatchBlocks[8].Count, 2);
     EXPECT_EQ(messages.size(), 2u);

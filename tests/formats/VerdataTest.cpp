@@ -15,7 +15,7 @@ namespace {
 
 using namespace test;
 
-void LoadAll(const std::string& path) { LoadVerdata(path, 0, 255, 0, 400000); }
+void LoadAll(const std::string& path) { LoadVerdata(path, 0, 255, 0, HighestBlock()); }
 
 std::string IllegalBlock(int fileId, int32_t block) {
     return "An block with an illegal sized blocknumber where detected and ignored:\r\nFileID: " +
@@ -29,7 +29,7 @@ TEST_F(PatchTest, HandWrittenVerdataLoadsToTheExactSlots) {
         .verdata(12, 500, 0, 0, 7)       // empty, Size 0
         .verdata(8, 3, 0, -1, -1)        // empty, Size -1
         .verdata(300, 7, 170, 2, 9)      // not a client file number: FileID 255, above its range
-        .verdata(8, 256, 167, 3, 0)      // one above Sound's range
+        .verdata(8, 4096, 167, 3, 0)     // one above Sound's range
         .verdata(8, 255, 166, 1, 5)      // Sound's last block
         .verdata(4, 26, 164, 2, 0x77)    // the later entry wins
         .reservedVerdata()               // not in use: never read
@@ -45,7 +45,7 @@ TEST_F(PatchTest, HandWrittenVerdataLoadsToTheExactSlots) {
     EXPECT_EQ(ReadBlockBytes(8, 255), ByteArray{5});
     EXPECT_EQ(std::tuple(PatchBlocks[4].Count, PatchBlocks[8].Count, PatchBlocks[12].Count), std::tuple(1, 2, 1));
     EXPECT_EQ(FileTypes[4].InVerdata, 0);  // the format has no flag: left alone
-    EXPECT_EQ(messages, (std::vector<std::string>{IllegalBlock(255, 7), IllegalBlock(8, 256)}));
+    EXPECT_EQ(messages, (std::vector<std::string>{IllegalBlock(255, 7), IllegalBlock(8, 4096)}));
     EXPECT_EQ(LogLines(), std::vector<std::string>{});
     EXPECT_EQ(DataFileHandle.Size(), 3 + 1 + 2);  // Art, Sound 255, Art again
 }
@@ -74,10 +74,10 @@ TEST_F(PatchTest, VerdataEntriesAreReadByIndexAndNeverWritten) {
     test::WriteFile(Path("zero.mul"), Bytes{}.le(0).reservedVerdata().b);
     const WarningWatch warnings;
     for (const std::string& path : {Path("zero.mul"), Path("missing.mul"), std::string()})
-        EXPECT_TRUE(LoadVerdata(path, 0, 255, 0, 400000)) << path;
+        EXPECT_TRUE(LoadVerdata(path, 0, 255, 0, HighestBlock())) << path;
     EXPECT_EQ(warnings.Texts(),
               std::vector<std::string>{Path("zero.mul") + ": no block was loaded (the file counts 0 entries)."});
-    EXPECT_FALSE(LoadVerdata(dir, 0, 255, 0, 400000));
+    EXPECT_FALSE(LoadVerdata(dir, 0, 255, 0, HighestBlock()));
     ASSERT_EQ(LogLines().size(), 1u);
     EXPECT_NE(LogLines()[0].find("mVerdata.LoadVerdata: " + dir + ": Unable to open file. It is a directory."),
               std::string::npos)

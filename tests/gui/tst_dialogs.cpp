@@ -163,7 +163,7 @@ private Q_SLOTS:
         QCOMPARE(import->cboMULType->currentIndex(), 0);
         QCOMPARE(Texts({import->txtMUL, import->txtFileIDFrom, import->txtFileIDTo, import->txtBlockFrom,
                         import->txtBlockTo}),
-                 QStringList({"", "0", "255", "0", "400000"}));
+                 QStringList({"", "0", "255", "0", "458751"}));
         QVERIFY(import->StatusBar1->currentMessage().isEmpty());
         guitest::Screenshot(import.get(), "frmImport");
         // Each selection's controls as one word: "idx" when the whole IDX line shows, "ids" when all
@@ -173,7 +173,7 @@ private Q_SLOTS:
             for (QWidget* control : controls) shown += Shown(control) ? 1 : 0;
             return shown == 0 ? QString() : shown == int(controls.size()) ? QString(word) : QString("half");
         };
-        const QStringList expected = QString("ids,ids,ids,,idx,idx,idx,idx,idx,idx,idx,idx,,idx,,idx,").split(",");
+        const QStringList expected = QString("ids,ids,ids,,idx,idx,idx,idx,idx,idx,idx,idx,,,,idx,").split(",");
         for (int index = 0; index < import->cboMULType->count(); ++index) {
             import->cboMULType->setCurrentIndex(index);
             QCOMPARE(
@@ -213,6 +213,8 @@ private Q_SLOTS:
         guitest::Screenshot(compare.get(), "frmCompare-map");
         compare->cboMULType->setCurrentIndex(11);  // Hues
         QVERIFY(idxShown(false) && Shown(compare->txtMUL1) && Shown(compare->txtMUL2));
+        compare->cboMULType->setCurrentIndex(10);  // Animdata: groups of a fixed size, no index file
+        QVERIFY(idxShown(false));
         compare->cboMULType->setCurrentIndex(2);  // Art
         QVERIFY(idxShown(true));
         guitest::Screenshot(compare.get(), "frmCompare");
@@ -241,7 +243,7 @@ private Q_SLOTS:
         // No file named, a file that is not there, Art without its index.
         for (const auto& [index, mul] :
              {std::pair{0, QString()}, std::pair{1, P("nowhere.mul")}, std::pair{5, P("art.mul")}}) {
-            auto dialog = RunImport(index, {mul, "", "0", "255", "0", "400000"});
+            auto dialog = RunImport(index, {mul, "", "0", "255", "0", QString::number(HighestBlock())});
             CheckNothingHappened(dialog.get());
         }
         QCOMPARE(PatchBlocks[4].Count, 0);
@@ -437,7 +439,7 @@ private Q_SLOTS:
         for (const auto& c : cases) {
             QVERIFY(WriteAll(P(c.file), c.bytes));
             env.warnings.clear();
-            auto dialog = RunImport(2, {P(c.file), "", "0", "255", "0", "400000"});
+            auto dialog = RunImport(2, {P(c.file), "", "0", "255", "0", QString::number(HighestBlock())});
             CheckRanAndClosed(dialog.get(), "Importing UOP file. Please wait.");
             QCOMPARE(env.warnings.size(), size_t{1});
             const QStringList lines = QString::fromStdString(env.warnings[0]).split("\r\n");

@@ -100,7 +100,7 @@ private Q_SLOTS:
                 PatchBlocks[static_cast<size_t>(id)].Count = FileTypes[static_cast<size_t>(id)].NbrOfBlocks + 1;
         MenuRefresh();
         QCoreApplication::processEvents();
-        QVERIFY(guitest::NodeTexts(form->twMenu).contains("Statics (393216)"));
+        QVERIFY(guitest::NodeTexts(form->twMenu).contains("Statics (458752)"));
         QTreeWidget* tree = form->twMenu;
         const int longest = static_cast<QAbstractItemView*>(tree)->sizeHintForColumn(0);
         QVERIFY2(tree->header()->sectionSize(0) >= longest && tree->viewport()->width() >= longest,

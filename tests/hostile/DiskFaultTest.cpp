@@ -243,7 +243,7 @@ TEST_F(DiskFaultTest, ScratchFileOnAFullDiskIsToldOnceAndLosesNoBlockSilently) {
     test::WriteFile(Path("verdata.mul"), ByteArray{0, 0, 0, 0});
 
     const int got = OnFullDisk(256 << 10, [&] {
-        LoadMUO(Path("in.muo"), 0, 255, 0, 400000);
+        LoadMUO(Path("in.muo"), 0, 255, 0, HighestBlock());
         const bool toldOnce = messages.size() == 1 && messages[0].find("disk full") != std::string::npos;
         const bool secondAbsent = Slot(4, 2).Offset == -1;
         bool laterWriteFails = false;
@@ -345,9 +345,9 @@ struct Sources {
         for (int kind = 0; kind < 4; ++kind) {
             PatchDispose();
             PatchNew();
-            if (kind == 0) LoadMUO(muo, 0, 255, 0, 400000);
-            if (kind == 1) LoadUOP(uop, 0, 255, 0, 400000);
-            if (kind == 2) LoadVerdata(verdata, 0, 255, 0, 400000);
+            if (kind == 0) LoadMUO(muo, 0, 255, 0, HighestBlock());
+            if (kind == 1) LoadUOP(uop, 0, 255, 0, HighestBlock());
+            if (kind == 2) LoadVerdata(verdata, 0, 255, 0, HighestBlock());
             if (kind == 3) LoadMUL(mul, idx, 4, 0, 1);
             loaded.push_back(Slot(4, 1).Offset > 0 && ReadBlockBytes(4, 1) == ByteArray{0x41});
         }
@@ -390,9 +390,9 @@ TEST_F(DiskFaultTest, SourcesThatCannotBeReadFailNamingTheFile) {
         std::vector<bool> told;
         for (const std::string& file : {sources.muo, sources.uop, sources.verdata, sources.mul}) {
             const FailureWatch watch;
-            if (file == sources.muo) LoadMUO(file, 0, 255, 0, 400000);
-            if (file == sources.uop) LoadUOP(file, 0, 255, 0, 400000);
-            if (file == sources.verdata) LoadVerdata(file, 0, 255, 0, 400000);
+            if (file == sources.muo) LoadMUO(file, 0, 255, 0, HighestBlock());
+            if (file == sources.uop) LoadUOP(file, 0, 255, 0, HighestBlock());
+            if (file == sources.verdata) LoadVerdata(file, 0, 255, 0, HighestBlock());
             if (file == sources.mul) LoadMUL(file, sources.idx, 4, 0, 1);
             told.push_back(watch.Failed() && watch.First().find(file + ": ") != std::string::npos &&
                            watch.First().find("Permission denied.") != std::string::npos);
@@ -530,7 +530,7 @@ TEST_F(DiskFaultTest, KilledSaveAndExportLeaveLitterThatTheNextOnesClean) {
 // it is read from the file after the change.
 TEST_F(DiskFaultTest, LoadMUOGoesOnWithTheFileItOpened) {
     const ByteArray input =
-        Bytes{}.muoHeader(2).muo(4, 65537, 0, 200000, ByteArray(200000, 9)).muo(4, 1, 0, 2, {0x41, 0x42}).b;
+        Bytes{}.muoHeader(2).muo(4, 81884, 0, 200000, ByteArray(200000, 9)).muo(4, 1, 0, 2, {0x41, 0x42}).b;
     for (const bool replace : {true, false}) {
         SCOPED_TRACE(replace ? "replaced" : "deleted");
         PatchDispose();
@@ -546,7 +546,7 @@ TEST_F(DiskFaultTest, LoadMUOGoesOnWithTheFileItOpened) {
                 ::unlink(Path("in.muo").c_str());
         };
         InstallWaitHooks(hooks);
-        LoadMUO(Path("in.muo"), 0, 255, 0, 400000);
+        LoadMUO(Path("in.muo"), 0, 255, 0, HighestBlock());
         EXPECT_EQ(messages.size(), 1u);
         EXPECT_EQ(ReadBlockBytes(4, 1), (ByteArray{0x41, 0x42}));
         EXPECT_EQ(PatchBlocks[4].Count, 1);

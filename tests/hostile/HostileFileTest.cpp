@@ -14,6 +14,7 @@
 #include "base/Warnings.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
+#include "formats/cTiledata.h"
 #include "formats/mPatchMUO.h"
 #include "formats/mPatchUOP.h"
 #include "formats/mVerdata.h"
@@ -56,13 +57,13 @@ void PrintTo(const Case& c, std::ostream* out) { *out << c.name; }
 // ---- the procedures, on the inputs' fixed names ----
 
 Run Muo(int32_t fromBlock = 0) {
-    return [=](const std::string& dir) { LoadMUO(dir + "/in.muo", 0, 255, fromBlock, 400000); };
+    return [=](const std::string& dir) { LoadMUO(dir + "/in.muo", 0, 255, fromBlock, HighestBlock()); };
 }
 Run Uop(int32_t fromBlock = 0) {
-    return [=](const std::string& dir) { LoadUOP(dir + "/in.uop", 0, 255, fromBlock, 400000); };
+    return [=](const std::string& dir) { LoadUOP(dir + "/in.uop", 0, 255, fromBlock, HighestBlock()); };
 }
 Run Verdata(int32_t fromBlock = 0) {
-    return [=](const std::string& dir) { LoadVerdata(dir + "/in.mul", 0, 255, fromBlock, 400000); };
+    return [=](const std::string& dir) { LoadVerdata(dir + "/in.mul", 0, 255, fromBlock, HighestBlock()); };
 }
 Run Mul(uint8_t fileId, int32_t from, int32_t to) {
     return [=](const std::string& dir) { LoadMUL(dir + "/in.mul", dir + "/in.idx", fileId, from, to); };
@@ -176,6 +177,7 @@ Check Huge(int id, int32_t block, int32_t size, int32_t extra) {
 
 // What the warnings say.
 const std::string kNothing = "no block was loaded";
+const std::string kNeitherLayout = "fits neither layout of the tile data file";
 std::string ShortBlocks(int64_t n) {
     return n == 1 ? "1 block reaches past the end of the file" : std::to_string(n) + " blocks reach past the end";
 }
@@ -252,7 +254,7 @@ std::vector<Case> Corpus() {
              "Overflow"));
     // The data of a refused entry is passed over: the next entry reads as usual.
     add(Tells("muo_block_beyond_art",
-              {{"in.muo", Bytes{}.muoHeader(2).muo(4, 65537, 0, 2, {1, 2}).muo(4, 1, 0, 1, art1).b}}, Muo(), 1,
+              {{"in.muo", Bytes{}.muoHeader(2).muo(4, 81884, 0, 2, {1, 2}).muo(4, 1, 0, 1, art1).b}}, Muo(), 1,
               {{4, 1}}, Has(4, 1, 1, 0, art1)));
     add(Tells("muo_block_near_2g", {{"in.muo", Bytes{}.muoHeader(1).muo(0, kMaxLong, 0, 0).b}}, Muo(), 1, {}, {},
               {kNothing}));
@@ -294,7 +296,7 @@ std::vector<Case> Corpus() {
               {ShortBlocks(1), EndsAfter("2147483647 entries", 2)}, {{4, 1}, {6, 1}},
               All({Has(4, 7, 1, 0, art1), Has(6, 100, 3, 9, Zeros(3))})));
     // Once for the entry, once for its repetitions: not a message per missing entry.
-    add(Tells("uop_illegal_block_repeated", {{"in.uop", Bytes{}.uopHeader(4, 1000).uop(8, 300, 0, 0).b}}, Uop(), 2, {},
+    add(Tells("uop_illegal_block_repeated", {{"in.uop", Bytes{}.uopHeader(4, 1000).uop(8, 4096, 0, 0).b}}, Uop(), 2, {},
               {}, {EndsAfter("1000 entries", 1), kNothing}));
     add(Warns("uop_negative_count", {{"in.uop", Bytes{}.uopHeader(4, -1).uop(16, 1, 1, 0, art1).b}}, Uop(),
               {kNothing}));
@@ -398,13 +400,14 @@ std::vector<Case> Corpus() {
         "mMuls.LoadMUL", "in.idx: It is not a regular file.", {}, Lacks(4, 0)));
     add(Logs("mul_into_an_unused_type", {{"in.mul", mul10}, {"in.idx", {}}}, Mul(1, 0, 10), "mMuls.LoadMUL",
              "Subscript"));
-    // An index with records beyond Art's last block (65536): those with bytes
+    // An index with records beyond Art's last block (81883): those with bytes
     // are counted in a warning, none is stored.
     add(Warns("idx_beyond_arts_last_block",
               {{"in.mul", mul10},
-               {"in.idx", Bytes{}.fill(65537 * 12, 0xFF).record(0, 1, 0).record(-1, -1, 0).record(1, 2, 0).b}},
-              Mul(4, 0, 400000), {"in.idx: 2 blocks lie beyond the last block of Art (65536); they were not imported."},
-              {{4, 65537}}, Has(4, 65536, -1, -1)));
+               {"in.idx", Bytes{}.fill(81884 * 12, 0xFF).record(0, 1, 0).record(-1, -1, 0).record(1, 2, 0).b}},
+              Mul(4, 0, kMaxLong),
+              {"in.idx: 2 blocks lie beyond the last block of Art (81883); they were not imported."}, {{4, 81884}},
+              Has(4, 81883, -1, -1)));
     // A Map file shorter than its blocks: zeros where it ended.
     add(Warns("map_short_file", {{"in.mul", ByteArray(1000, 0x11)}}, Mul(0, 0, 9), {ShortBlocks(5)}, {{0, 10}},
               All({Has(0, 5, 196, -1, Then(ByteArray(20, 0x11), 176)), Has(0, 9, 196, -1, Zeros(196)), Lacks(0, 10)})));
@@ -418,21 +421,22 @@ std::vector<Case> Corpus() {
         Has(32, 0, 1220, -1, want)();
     }));
     // Groups beyond Hues' last (374) are counted, partly there or whole.
-    add(Warns("hues_beyond_last_group", {{"in.mul", ByteArray(708 * 377 + 5, 0x22)}}, Mul(32, 0, 400000),
+    add(Warns("hues_beyond_last_group", {{"in.mul", ByteArray(708 * 377 + 5, 0x22)}}, Mul(32, 0, kMaxLong),
               {"in.mul: 3 blocks lie beyond the last block of Hues (374)"}, {{32, 375}}));
     // Both sections of the tile data file are told as one file.
-    add(Warns("tiledata_short_file", {{"in.mul", ByteArray(100, 0x33)}}, Tiledata(0, 1023), {ShortBlocks(1024)},
-              {{30, 1024}},
+    add(Warns("tiledata_short_file", {{"in.mul", ByteArray(100, 0x33)}}, Tiledata(0, 1023),
+              {kNeitherLayout, ShortBlocks(1024)}, {{30, 1024}},
               All({Has(30, 0, 836, -1, Then(ByteArray(100, 0x33), 736)), Has(30, 512, 1188, -1, Zeros(1188)),
                    Has(30, 1023, 1188, -1, Zeros(1188))})));
-    add(Warns("tiledata_empty_file", {{"in.mul", {}}}, Tiledata(0, 1023), {ShortBlocks(1024)}, {{30, 1024}},
-              Has(30, 511, 836, -1, Zeros(836))));
-    add(Warns("tiledata_beyond_last_group", {{"in.mul", ByteArray(428032 + 1188 * 514 + 1, 0x33)}}, Tiledata(0, 400000),
-              {"in.mul: 3 blocks lie beyond the last block of Tiledata (1023)"}, {{30, 1024}}));
-    add(Logs("tiledata_negative_first_block", {{"in.mul", ByteArray(100, 0x33)}}, Tiledata(-1, 10),
-             "mMuls.LoadTiledata", "Bad record number", {}, Lacks(30, 0)));
+    add(Warns("tiledata_empty_file", {{"in.mul", {}}}, Tiledata(0, 1023), {kNeitherLayout, ShortBlocks(1024)},
+              {{30, 1024}}, Has(30, 511, 836, -1, Zeros(836))));
+    add(Warns("tiledata_beyond_last_group", {{"in.mul", ByteArray(428032 + 1188 * 514 + 1, 0x33)}},
+              Tiledata(0, kMaxLong), {kNeitherLayout, "in.mul: 3 blocks lie beyond the last block of Tiledata (1023)"},
+              {{30, 1024}}));
+    add(Logs("tiledata_negative_first_block", {{"in.mul", ByteArray(static_cast<size_t>(kClassicTiledataSize), 0x33)}},
+             Tiledata(-1, 10), "mMuls.LoadTiledata", "Bad record number", {}, Lacks(30, 0)));
     add(Warns("tiledata_last_block_near_2g", {{"in.mul", ByteArray(100, 0x33)}}, Tiledata(1000, kMaxLong),
-              {ShortBlocks(512)}, {{30, 512}},
+              {kNeitherLayout, ShortBlocks(512)}, {{30, 512}},
               All({Lacks(30, 511), Has(30, 512, 1188, -1, Zeros(1188)), Has(30, 1023, 1188, -1, Zeros(1188))})));
 
     // ---- CompareMUL with one side missing or short ----
@@ -459,16 +463,17 @@ std::vector<Case> Corpus() {
                {"new.idx", Bytes{}.record(0, kMaxLong, 0).b}},
               Compare(4), {"new.mul: " + ShortBlocks(1)}, {{4, 3}}, Huge(4, 0, kMaxLong, 0)));
     add(Warns("compare_tiledata_altered_empty", {{"base.mul", ByteArray(836, 1)}, {"new.mul", {}}}, Compare(30),
-              {"base.mul: 1023 blocks reach", "new.mul: 1024 blocks reach"}, {{30, 1}},
-              Has(30, 0, 836, -1, Zeros(836))));
+              {"base.mul: its size, 836 bytes, fits neither", "new.mul: its size, 0 bytes, fits neither",
+               "base.mul: 1023 blocks reach", "new.mul: 1024 blocks reach"},
+              {{30, 1}}, Has(30, 0, 836, -1, Zeros(836))));
     // Records beyond Art's last block, on each side: each file is told.
     add(Warns("compare_beyond_arts_last_block",
               {{"base.mul", six},
-               {"base.idx", Bytes{}.fill(65537 * 12, 0xFF).record(0, 2, 0).b},
+               {"base.idx", Bytes{}.fill(81884 * 12, 0xFF).record(0, 2, 0).b},
                {"new.mul", six},
-               {"new.idx", Bytes{}.fill(65537 * 12, 0xFF).record(0, 2, 0).record(2, 2, 0).b}},
+               {"new.idx", Bytes{}.fill(81884 * 12, 0xFF).record(0, 2, 0).record(2, 2, 0).b}},
               Compare(4),
-              {"base.idx: 1 block lies beyond the last block of Art (65536); they were not compared.",
+              {"base.idx: 1 block lies beyond the last block of Art (81883); they were not compared.",
                "new.idx: 2 blocks lie beyond"}));
 
     // ---- the Wine registry that tells where the client is ----

@@ -31,7 +31,7 @@ protected:
 
 TEST_F(ImportTest, SparseArtFillsEveryWalkedSlot) {
     WriteSparseArt();
-    LoadArt(0, 400000);
+    LoadArt(0, HighestBlock());
     ExpectBlock(kArt, 0, 5, 0x1234, Text("hello"));
     ExpectBlock(kArt, 1, -1, 7);
     ExpectBlock(kArt, 2, -1, 9);  // Size 0 in the source, -1 in the patch
@@ -60,7 +60,7 @@ TEST_F(ImportTest, LimitsAddToThePatchAndRecount) {
     ExpectBlock(kArt, 100, 2, 55, Text("zz"));  // outside the range: untouched
     EXPECT_EQ(PatchBlocks[kArt].Count, 4);
     // A range upside down, or beyond the type, stores nothing; Count is still recomputed.
-    for (const auto& [from, to] : {std::pair{10, 5}, std::pair{65537, 400000}}) {
+    for (const auto& [from, to] : {std::pair{10, 5}, std::pair{81884, HighestBlock()}}) {
         PatchBlocks[kArt].Count = 99;
         LoadArt(from, to);
         EXPECT_EQ(PatchBlocks[kArt].Count, 4) << from;
@@ -68,7 +68,7 @@ TEST_F(ImportTest, LimitsAddToThePatchAndRecount) {
     EXPECT_TRUE(LogLines().empty());
     // The counting point counts walked blocks from FromBlock: 15537 are not enough.
     percents.clear();
-    LoadArt(50000, 400000);
+    LoadArt(50000, HighestBlock());
     EXPECT_TRUE(percents.empty());
 }
 
@@ -76,8 +76,8 @@ TEST_F(ImportTest, LimitsAddToThePatchAndRecount) {
 TEST_F(ImportTest, MissingMulFileEndsTheCallBeforeAnything) {
     WriteSparseArt();
     PatchBlocks[kArt].Count = 42;  // a stale count shows whether a recount ran
-    EXPECT_TRUE(LoadMUL(Path("none.mul"), Path("art.idx"), kArt, 0, 400000));
-    EXPECT_TRUE(LoadMUL("", Path("art.idx"), kArt, 0, 400000));
+    EXPECT_TRUE(LoadMUL(Path("none.mul"), Path("art.idx"), kArt, 0, HighestBlock()));
+    EXPECT_TRUE(LoadMUL("", Path("art.idx"), kArt, 0, HighestBlock()));
     EXPECT_TRUE(LoadTiledata(Path("none.mul"), 0, 1023));
     EXPECT_EQ(PatchBlocks[kArt].Count, 42);
     ExpectAbsent(kArt, 0);
@@ -111,7 +111,7 @@ TEST_F(ImportTest, HuesGroupsBecomeTheirVerdataForm) {
     // Groups of 708 bytes become their 1220-byte verdata form (its layout: ExportTest).
     const ByteArray hues = Counting(4 * 708, 9);
     test::WriteFile(Path("hues.mul"), hues);
-    LoadMUL(Path("hues.mul"), "", kHues, 3, 400000);
+    LoadMUL(Path("hues.mul"), "", kHues, 3, HighestBlock());
     ByteArray expected;
     ToVerdataHues(ByteArray(hues.begin() + 3 * 708, hues.end()), expected);
     ExpectBlock(kHues, 3, 1220, -1, expected);
@@ -130,7 +130,7 @@ TEST_F(ImportTest, TiledataRangesAndTheSectionBoundary) {
     test::WriteFile(Path("tiledata.mul"), tiledata.b);
     for (const auto& [from, to, first, last] :
          std::vector<std::array<int32_t, 4>>{{600, 700, 512, 700}, {100, 300, 100, 300}, {500, 511, 500, 511},
-                                             {510, 512, 510, 512}, {0, 400000, 0, 1023}}) {
+                                             {510, 512, 510, 512}, {0, HighestBlock(), 0, 1023}}) {
         SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
         PatchDispose();
         PatchNew();

@@ -1,17 +1,21 @@
 // The synthetic client set: deterministic, of the sizes the formats give, and
 // laid out as the formats say, byte for byte.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <set>
 #include <tuple>
 
+#include "base/Checked.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "base/Checked.h"
 #include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "operations/mImport.h"
 #include "sample/SampleClient.h"
 
 namespace quillet {
@@ -36,6 +40,15 @@ std::vector<IdxRec> ReadIdx(const std::string& path) {
 }
 
 int64_t SizeOf(const std::string& path) { return static_cast<int64_t>(std::filesystem::file_size(path)); }
+
+// The first n bytes of a file.
+ByteArray Prefix(const std::string& path, size_t n) {
+    ByteArray bytes(n);
+    std::ifstream in(path, std::ios::binary);
+    in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(n));
+    bytes.resize(static_cast<size_t>(in.gcount()));
+    return bytes;
+}
 
 // One small set for the whole suite: writing it is the slow part.
 class SampleClientTest : public test::PatchTest {
@@ -64,7 +77,9 @@ TEST_F(SampleClientTest, SameSeedSameBytesOtherSeedOtherBytesAndTheSizesOfTheFor
     ASSERT_TRUE(WriteSampleClient(other, &error)) << error;
     std::set<std::string> written;
     for (const auto& f : std::filesystem::directory_iterator(Set(""))) written.insert(f.path().filename().string());
-    EXPECT_EQ(written, std::set<std::string>(kSetFiles.begin(), kSetFiles.end()));
+    std::set<std::string> wanted(kSetFiles.begin(), kSetFiles.end());
+    wanted.insert("current");  // a folder: the current client's files, below
+    EXPECT_EQ(written, wanted);
     for (const std::string& name : kSetFiles) {
         const ByteArray first = ReadFile(Set(name));
         EXPECT_EQ(first, ReadFile(same.dir + "/" + name)) << name;
@@ -242,6 +257,87 @@ TEST_F(SampleClientTest, HuesAndTiledataHaveTheirRecordLayouts) {
         tiledata.data() + 512 * kLandGroupSize + (0x0CCA / 32) * kStaticGroupSize + 4 + (0x0CCA % 32) * 37;
     EXPECT_EQ(tree[16], 20);  // height
     EXPECT_EQ(text(tree + 17), "tree");
+}
+
+// The current client's files: sizes of their formats, sparse where the
+// small set leaves columns out, the classic world's bytes where both have a
+// block, and imported block for block.
+TEST_F(SampleClientTest, CurrentClientFilesHaveTheirFormatsAndImportBlockForBlock) {
+    const std::map<std::string, int64_t> sizes = {
+        {"map0.mul", 89915392}, {"staidx0.mul", 458752 * 12}, {"tiledata.mul", 3188736}, {"animdata.mul", 2048 * 548}};
+    for (const auto& [name, size] : sizes) EXPECT_EQ(SizeOf(Set("current/" + name)), size) << name;
+    struct stat info {};
+    ASSERT_EQ(::stat(Set("current/map0.mul").c_str(), &info), 0);
+    EXPECT_LT(int64_t{info.st_blocks} * 512, 16 << 20) << "the columns not written take no disk";
+    // Same seed, same bytes; another seed, other bytes.
+    const std::string other = Path("other");
+    std::string error;
+    ASSERT_TRUE(WriteSampleClient({.dir = other, .seed = 2}, &error)) << error;
+    for (const char* name : {"staidx0.mul", "statics0.mul", "tiledata.mul", "animdata.mul"})
+        EXPECT_NE(ReadFile(Set(std::string("current/") + name)), ReadFile(other + "/current/" + name)) << name;
+
+    // The classic small set's map and statics are the first columns, byte for byte.
+    for (const char* name : {"map0.mul", "staidx0.mul", "statics0.mul"}) {
+        const ByteArray classic = ReadFile(Set(name));
+        EXPECT_LT(SizeOf(Set(name)), SizeOf(Set(std::string("current/") + name)));
+        EXPECT_EQ(Prefix(Set(std::string("current/") + name), classic.size()), classic) << name;
+    }
+
+    // Imported from column 740 on: every column written gives its blocks, every other one zeros, up to
+    // the last one.
+    ASSERT_TRUE(LoadMUL(Set("current/map0.mul"), "", 0, 740 * kMapRows, HighestBlock()));
+    ASSERT_EQ(PatchBlocks[0].Count, (kCurrentMapColumns - 740) * kMapRows);
+    uint8_t block[kMapBlockSize];
+    for (int32_t x = 740; x < kCurrentMapColumns; ++x) {
+        const bool written = std::any_of(kSmallCurrentColumns.begin(), kSmallCurrentColumns.end(),
+                                         [x](const ColumnRange& r) { return x >= r.first && x <= r.last; });
+        for (int32_t y : {0, 137, 511}) {
+            const int32_t n = x * kMapRows + y;
+            if (written) MakeMapBlock(1, kMapRows, n, nullptr, block);
+            const ByteArray want = written ? ByteArray(block, block + kMapBlockSize) : ByteArray(kMapBlockSize, 0);
+            ASSERT_EQ(ReadBlockBytes(0, n), want) << "block " << n;
+        }
+    }
+    ASSERT_TRUE(LoadMUL(Set("current/statics0.mul"), Set("current/staidx0.mul"), 2, 0, HighestBlock()));
+    EXPECT_EQ(PatchBlocks[2].Count, 458752);
+    for (const int32_t x : {5, 770, 895}) {
+        for (int32_t y = 0; y < kMapRows; ++y) {
+            const ByteArray want = StaticsBlock(1, x, y);
+            if (!want.empty()) {
+                ASSERT_EQ(ReadBlockBytes(2, x * kMapRows + y), want) << x << "," << y;
+            }
+        }
+    }
+    EXPECT_EQ(Slot(2, 100 * kMapRows).Size, -1);  // a record of the hole: no block
+
+    ASSERT_TRUE(LoadTiledata(Set("current/tiledata.mul"), 0, HighestBlock()));
+    ASSERT_TRUE(LoadMUL(Set("current/animdata.mul"), "", 31, 0, HighestBlock()));
+    EXPECT_EQ(std::pair(PatchBlocks[30].Count, PatchBlocks[31].Count), std::pair(2560, 2048));
+    int animated = 0;
+    for (int32_t g = 0; g < 2560; ++g) {
+        const ByteArray tiles = ReadBlockBytes(30, g);
+        ASSERT_EQ(tiles, HighSeasTiledataGroup(1, g)) << g;
+        ASSERT_EQ(tiles.size(), g < 512 ? 964u : 1316u);
+        if (g >= 2048) continue;
+        const ByteArray anims = ReadBlockBytes(31, g);
+        ASSERT_EQ(anims, AnimdataGroup(1, g)) << g;
+        for (int k = 0; k < 8; ++k) {
+            const uint8_t* record = anims.data() + 4 + 68 * k;
+            if (record[65] == 0) continue;
+            ++animated;
+            ASSERT_TRUE(record[65] >= 2 && record[65] <= 11 && record[66] >= 1) << g;
+            for (uint8_t f = 0; f < record[65]; ++f) ASSERT_EQ(record[f], f);
+        }
+    }
+    EXPECT_TRUE(animated > 16384 / 20 && animated < 16384 / 6) << animated;
+    // The High Seas records are the classic ones with 64-bit flags.
+    const ByteArray water = ReadBlockBytes(30, 0xA8 / 32), tree = ReadBlockBytes(30, 512 + 0x0CCA / 32);
+    const uint8_t* land = water.data() + 4 + (0xA8 % 32) * 30;
+    EXPECT_EQ(std::tuple(LoadI32(land) & 0xC0, LoadI32(land + 4)), std::tuple(0xC0, 0));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(land + 10)), "water");
+    const uint8_t* item = tree.data() + 4 + (0x0CCA % 32) * 41;
+    EXPECT_EQ(item[20], 20);  // height
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(item + 21)), "tree");
 }
 
 // The expected files are built here from the sample's entries, byte by byte.

@@ -115,11 +115,11 @@ TEST_F(MapStaticsTest, EachPageColoursItsBlocksByTheirFirstTileOrItem) {
     PutEmpty(2, 514);  // present without bytes: black on the statics page
     TestPicture map, statics;
     DrawMap(map);
-    // 393216 blocks, drawn or not: counting points at blocks 19999 (5 %), 39999, ... 379999; as many for statics.
-    ASSERT_EQ(percents.size(), 19u);
-    EXPECT_EQ((std::vector<int32_t>{percents[0], percents[1], percents[18]}), (std::vector<int32_t>{5, 10, 96}));
+    // 458752 blocks, drawn or not: counting points at blocks 19999 (4 %), 39999, ... 439999; as many for statics.
+    ASSERT_EQ(percents.size(), 22u);
+    EXPECT_EQ((std::vector<int32_t>{percents[0], percents[1], percents[21]}), (std::vector<int32_t>{4, 8, 95}));
     DrawStatics(statics);
-    EXPECT_EQ(percents.size(), 38u);
+    EXPECT_EQ(percents.size(), 44u);
     EXPECT_EQ(map.refreshes, 1);
     EXPECT_EQ(map.At({{0, 0}, {1, 1}, {767, 511}, {0, 511}, {1, 0}}), Pixels({3, 0x4000, 0xFFFF, 77, 77}));
     EXPECT_EQ(map.Drawn(), 5u);  // neither block 1000 nor statics block 514

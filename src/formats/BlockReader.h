@@ -1,0 +1,41 @@
+#pragma once
+// A source of the client's blocks by number, as the import and the compare
+// walk it: an index/data pair or a file of fixed-size blocks (cMUL), the
+// tile data file with its two sections (cTiledata), or any other kind of
+// client file that gives blocks by number.
+//
+// What a block number gives is the same for every kind: a Size (above 0: the
+// block has that many bytes; 0 or below: no bytes, -2 ending a walk), an
+// Extra, and for a Size above 0 the bytes, of which what lies past the end of
+// the source reads as zeros and is told as a warning when the source is done.
+// A number whose place cannot be reached (a position that overflows or lies
+// before the file) is a Failure.
+#include <cstdint>
+
+#include "base/BinaryFile.h"
+#include "base/ByteIO.h"
+
+namespace quillet {
+
+class BlockReader {
+public:
+    virtual ~BlockReader() = default;
+    // Gives the block's Extra, and for a Size above 0 its bytes in `bytes`
+    // (resized to Size); answers Size. For Size 0 or below `bytes` is left as
+    // it was.
+    virtual int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) = 0;
+    // cLoad without the bytes; cData then gives exactly Size of them.
+    virtual int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) = 0;
+    virtual ByteSource& cData() = 0;
+    // The bytes of the block last read by cLoadHead once more, from their start.
+    virtual ByteSource& cDataAgain() = 0;
+    // The bytes of the block last read by cLoadHead held whole, without a
+    // copy where possible (else in spare); valid until the next call.
+    virtual const uint8_t* cView(ByteArray& spare) = 0;
+    // How many blocks with bytes the source holds among numbers First..Last.
+    virtual int64_t cBlocksIn(int64_t First, int64_t Last) = 0;
+    virtual int64_t cExtent() = 0;  // block numbers the file speaks for
+    virtual int32_t cClose() = 0;
+};
+
+}  // namespace quillet
