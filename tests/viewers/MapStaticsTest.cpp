@@ -77,7 +77,7 @@ class MapStaticsTest : public test::OperationsTest {
 protected:
     void SetUp() override {
         OperationsTest::SetUp();
-        UseGrid(kClassicLast);
+        UseGrid(kWideLast);  // the ranges of current clients
         saved_ = RadarColors;
         ColourTable(65536);
     }
@@ -309,6 +309,7 @@ TEST_F(MapStaticsTest, OnAWideGridRectanglesReachTheLastColumn) {
 }
 
 TEST_F(MapStaticsTest, RectanglesInAnyOrderAndCutAtTheEdgesClearTheirTypesBlocks) {
+    UseGrid(kClassicLast);  // the cut at column 767 of a classic table
     // Columns 0-2 and 765-767, rows 0-2 and 509-511 of both types, each with
     // data, and block (10, 10) empty; Extra tells the blocks apart.
     const auto fill = [&] {
