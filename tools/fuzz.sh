@@ -38,9 +38,9 @@ while [ $# -gt 0 ]; do
 done
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 
-# What the build needs: clang with its libFuzzer runtime, CMake, Ninja.
+# What the build needs: clang with its libFuzzer runtime, CMake, Ninja, zlib.
 . "$here/tools/packages.bash"
-install_missing clang libclang-rt-14-dev cmake ninja-build
+install_missing clang libclang-rt-14-dev cmake ninja-build zlib1g-dev
 
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DQUILLET_SANITIZE=ON -DQUILLET_BUILD_FUZZ=ON \
