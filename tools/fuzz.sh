@@ -6,7 +6,8 @@
 #
 # SECONDS   how long each target runs (default 60)
 # TARGET    fuzz_muo fuzz_uop fuzz_verdata fuzz_mul fuzz_compare fuzz_registry
-#           fuzz_convert (default: all of them, one after the other)
+#           fuzz_convert fuzz_client_uop fuzz_entry_stages (default: all of
+#           them, one after the other)
 # --merge   afterwards, merge the new inputs that add coverage into fuzz/corpus
 # --jobs N  run N targets at once (default 1; the machine is shared)
 #
@@ -19,7 +20,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 build=$here/build-fuzz
-all=(fuzz_muo fuzz_uop fuzz_verdata fuzz_mul fuzz_compare fuzz_registry fuzz_convert)
+all=(fuzz_muo fuzz_uop fuzz_verdata fuzz_mul fuzz_compare fuzz_registry fuzz_convert fuzz_client_uop fuzz_entry_stages)
 
 seconds=60
 merge=0

@@ -292,6 +292,16 @@ TEST_F(ClientUOPTest, MapEntriesSplitIntoBlocksWithZerosWhereNoEntryHasBytes) {
     EXPECT_EQ(uop.cBlocksIn(0, INT_MAX), 32761 + 4096);
     EXPECT_EQ(uop.cBlocksIn(32761, INT_MAX), 4096);
     EXPECT_EQ(uop.cBlocksIn(4000, 4999), 1000);
+
+    // Facet 3 ends where entry 20 begins: that entry lies wholly beyond it.
+    const std::string map3 = Write("map3.uop", Container({{Stored(MapName(3, 19), blocks(19 * 4096, 1, 0)),
+                                                           Zipped(MapName(3, 20), blocks(20 * 4096, 1, 0))}}));
+    ASSERT_EQ(uop.cOpen(map3, 0), 0) << uop.Why;
+    EXPECT_EQ(uop.cKind(), "Map 3");
+    EXPECT_EQ(uop.cExtent(), 81920);
+    ExpectBlock(uop, 81919, 196, -1, ByteArray(196, 0));
+    ExpectBlock(uop, 81920, 196, -1, blocks(81920, 1, 0));
+    EXPECT_EQ(uop.cBlocksIn(81920, INT_MAX), 4096);
 }
 
 TEST_F(ClientUOPTest, TheNamesTellTheKindAndAnotherKindIsRefused) {
