@@ -527,7 +527,7 @@ size_t cClientUOP::BlockSource::Read(uint8_t* out, size_t count) {
     }
     if (count > have) std::memset(out + have, 0, count - have);
     at_ += static_cast<int64_t>(count);
-    return count;
+    return have;  // the zeros after an entry's end are the source's end
 }
 
 const uint8_t* cClientUOP::BlockSource::View(ByteArray& spare) {
