@@ -1,7 +1,8 @@
 #pragma once
 // The client UOP container and the two stages of its flag 3, by the format's
-// rules, for the container and stages targets: written from the description
-// of the format, as plainly as it reads, not from the reader's code.
+// rules, for the container and stages targets: each rule as plainly as it
+// can be put (lists that are erased from and inserted into, a set of the
+// tables seen, zlib's own uncompress), apart from the reader's code.
 #include <zlib.h>
 
 #include <algorithm>
