@@ -34,11 +34,14 @@
 #include "core/mDatafile.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
+#include "formats/ClientUOPWriter.h"
+#include "formats/cClientUOP.h"
 #include "formats/mPatchMUO.h"
 #include "formats/mVerdata.h"
 #include "operations/mGumps.h"
 #include "operations/mImport.h"
 #include "sample/SampleClient.h"
+#include "sample/SampleContainers.h"
 #include "support/Services.h"
 #include "support/cRegistery.h"
 #include "viewers/Canvas.h"
@@ -223,6 +226,55 @@ void Require(bool ok, const std::string& what, const std::string& error) {
     std::exit(1);
 }
 
+// The current client's containers: the sample set's (art on to 0x13FDB, the
+// whole 896 x 512 map in 112 entries, stored and zlib), and a gump container
+// of every gump of gumpart.mul, all flag 3, as the client has it.
+void GenerateContainers() {
+    fs::remove_all(In(sample::kCurrentDir));
+    sample::SampleOptions options;
+    options.dir = gDir;
+    options.full = true;
+    sample::detail::WriteCurrentContainers(options, sample::ArtOptions{}, sample::GumpOptions{});
+    fs::remove(In("current/gumpartLegacyMUL.uop"));
+    ClientUOPWriter gumps(In("current/gumpartLegacyMUL.uop"));
+    const sample::GumpOptions all;
+    for (int32_t n = 0; n < all.records; ++n) {
+        sample::IdxRecord record;
+        sample::GumpRecord(all, n, record);
+        if (record.kind != sample::IdxRecord::Kind::Data) continue;
+        ByteArray entry;
+        LeWriter w(entry);
+        w.I32(static_cast<int32_t>(static_cast<uint32_t>(record.extra) >> 16));
+        w.I32(record.extra & 0xFFFF);
+        w.Bytes(record.bytes.data(), record.bytes.size());
+        char name[64];
+        std::snprintf(name, sizeof name, "build/gumpartlegacymul/%08d.tga", n);
+        gumps.Add(name, entry, 3);
+    }
+    gumps.Finish();
+}
+
+// A container's blocks First..Last as an import walks them: the head, then
+// the bytes through a fixed buffer. Answers the blocks with bytes, or -1.
+int64_t WalkContainer(const std::string& path, uint8_t FileID, int32_t First, int32_t Last) {
+    cClientUOP uop;
+    if (uop.cOpen(path, FileID) != 0) return -1;
+    std::vector<uint8_t> buffer(1 << 16);
+    int64_t withBytes = 0;
+    try {
+        for (int32_t block = First; block <= Last; ++block) {
+            int32_t extra = 0;
+            int32_t left = uop.cLoadHead(block, extra);
+            if (left > 0) ++withBytes;
+            for (; left > 0; left -= static_cast<int32_t>(buffer.size()))
+                uop.cData().Read(buffer.data(), std::min<size_t>(buffer.size(), static_cast<size_t>(left)));
+        }
+    } catch (...) {
+        return -1;
+    }
+    return uop.cClose() == 0 ? withBytes : -1;
+}
+
 void Generate() {
     std::string error;
     const auto t0 = NowMs();
@@ -243,6 +295,7 @@ void Generate() {
             "gumps", error);
     Require(sample::WriteRadarcol(In("radarcol.mul"), 1, &error), "radarcol.mul", error);
     Require(sample::WriteSampleVerdata(In("verdata-old.mul"), kVerdataEntries, 1, &error), "verdata-old.mul", error);
+    GenerateContainers();
     std::printf("generated data in %s (%.0f ms)\n", gDir.c_str(), NowMs() - t0);
 }
 
@@ -557,6 +610,17 @@ int main(int argc, char** argv) {
              return location.isUO2D && location.UO2DPath == In("prefix/drive_c/Program Files/Ultima Online/");
          },
          [&] { ReadFile(In("prefix/system.reg")); }},
+        // A current client's containers, walked as an import walks them;
+        // every entry of the map and the gumps decoded once.
+        {"10a container map 896x512", nullptr,
+         [&] { return WalkContainer(In("current/map0LegacyMUL.uop"), 0, 0, 458751) == 458752; },
+         [&] { ReadFile(In("current/map0LegacyMUL.uop")); }},
+        {"10b container art 0x13FDC", nullptr,
+         [&] { return WalkContainer(In("current/artLegacyMUL.uop"), 4, 0, 0x13FDB) > 0; },
+         [&] { ReadFile(In("current/artLegacyMUL.uop")); }},
+        {"10c container gumps, flag 3", nullptr,
+         [&] { return WalkContainer(In("current/gumpartLegacyMUL.uop"), kGumpsFileID, 0, 65535) > 0; },
+         [&] { ReadFile(In("current/gumpartLegacyMUL.uop")); }},
     };
 
 #ifdef QUILLET_BENCH_GUI

@@ -183,6 +183,37 @@ inline ByteArray CompareInput(const CompareArgs& args) {
     return out;
 }
 
+// ---- The client UOP container reader: a selector byte (the FileID to open
+// the container as, from kContainerTypes), then the container.
+
+inline constexpr std::array<uint8_t, 5> kContainerTypes{4, 12, 8, 0, 2};
+
+inline ByteArray ContainerInput(uint8_t selector, const ByteArray& file) {
+    ByteArray out{selector};
+    out.insert(out.end(), file.begin(), file.end());
+    return out;
+}
+// The selector of a FileID.
+inline uint8_t ContainerSelector(uint8_t fileId) {
+    for (size_t i = 0; i < kContainerTypes.size(); ++i)
+        if (kContainerTypes[i] == fileId) return static_cast<uint8_t>(i);
+    return 0;
+}
+
+// ---- The stages of flag 3: a mode byte, then bytes. Mode bit 0 clear: the
+// bytes are an inflated flag-3 entry to decode; set: an entry to encode and
+// decode again. With bit 1 set as well, the bytes begin with an edit (u16
+// place in stage 2's input T, u8 value) that is made to the encoded entry
+// before it is decoded: a damaged entry near a valid one.
+inline constexpr uint8_t kStagesRoundTrip = 1;
+inline constexpr uint8_t kStagesEdited = 2;
+
+inline ByteArray StagesInput(uint8_t mode, const ByteArray& bytes) {
+    ByteArray out{mode};
+    out.insert(out.end(), bytes.begin(), bytes.end());
+    return out;
+}
+
 // ---- The registry: a first line "subkey|value name", then system.reg.
 
 inline std::string RegistryInput(const std::string& lookup, const std::string& systemReg) {

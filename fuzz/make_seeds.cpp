@@ -9,6 +9,7 @@
 // are left alone.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,10 @@
 #include <vector>
 
 #include "FuzzInput.h"
+#include "formats/ClientUOPWriter.h"
+#include "formats/EntryStages.h"
+#include "formats/UOPHash.h"
+#include "formats/ZlibStream.h"
 #include "sample/SampleClient.h"
 
 namespace {
@@ -670,6 +675,162 @@ void ConvertSeeds() {
     for (const auto& [name, text] : texts) Put(t, name, text);
 }
 
+// ---- Client UOP containers and the stages of flag 3
+
+std::string Numbered(const char* pattern, int32_t n) {
+    char name[64];
+    std::snprintf(name, sizeof name, pattern, n);
+    return name;
+}
+
+// A container made by the writer: the entries, by name, with their flags.
+struct ContainerEntry {
+    std::string name;
+    ByteArray bytes;
+    int16_t flag;
+};
+ByteArray GeneratedContainer(const std::vector<ContainerEntry>& entries, uint32_t capacity, bool unusedSlot = false) {
+    const std::string path = gTemp + "/seed.uop";
+    try {
+        ClientUOPWriter writer(path, {.capacity = capacity, .entryHeaders = true});
+        for (size_t i = 0; i < entries.size(); ++i) {
+            if (unusedSlot && i == 1) writer.AddUnusedSlot();
+            writer.Add(entries[i].name, entries[i].bytes, entries[i].flag);
+        }
+        writer.Finish();
+    } catch (const std::exception& failure) {
+        Check(false, failure.what());
+    }
+    return TakeGenerated(path);
+}
+
+ByteArray Gump(int32_t width, int32_t height) {
+    ByteArray out;
+    LeWriter w(out);
+    w.I32(width);
+    w.I32(height);
+    const ByteArray block = sample::MakeGumpBlock(width, height, 5);
+    w.Bytes(block.data(), block.size());
+    return out;
+}
+
+ByteArray MapEntry(int32_t first, int32_t blocks, int32_t extraBytes) {
+    ByteArray out(static_cast<size_t>(blocks) * 196 + static_cast<size_t>(extraBytes));
+    for (size_t i = 0; i < out.size(); ++i) out[i] = static_cast<uint8_t>((first * 7 + i / 196) % 11 + i % 3);
+    return out;
+}
+
+void PutU64(ByteArray& file, size_t at, uint64_t v) {
+    for (int i = 0; i < 8; ++i) file[at + static_cast<size_t>(i)] = static_cast<uint8_t>(v >> (8 * i));
+}
+
+void ContainerSeeds() {
+    const std::string t = "fuzz_client_uop";
+    const uint8_t art = ContainerSelector(4), gumps = ContainerSelector(12), sound = ContainerSelector(8),
+                  map = ContainerSelector(0), statics = ContainerSelector(2);
+    // Two tables of 3 slots, one unused, every flag.
+    const ByteArray artFile =
+        GeneratedContainer({{Numbered("build/artlegacymul/%08d.tga", 0), Repeat(1, 300), 0},
+                            {Numbered("build/artlegacymul/%08d.tga", 0x4000), sample::MakeStaticArt(1, 0), 1},
+                            {Numbered("build/artlegacymul/%08d.tga", 0x13FDB), Repeat(4, 200), 3},
+                            {Numbered("build/artlegacymul/%08d.tga", 0x1FFFF), Repeat(9, 20), 0}},
+                           3, true);
+    Put(t, "art", ContainerInput(art, artFile));
+    Put(t, "art-as-gumps", ContainerInput(gumps, artFile));
+    Put(t, "art-as-statics", ContainerInput(statics, artFile));
+    Put(t, "gumps",
+        ContainerInput(gumps, GeneratedContainer({{Numbered("build/gumpartlegacymul/%08d.tga", 0), Gump(6, 4), 3},
+                                                  {Numbered("build/gumpartlegacymul/%07d.tga", 9834), Gump(3, 2), 3},
+                                                  {Numbered("build/gumpartlegacymul/%08d.tga", 5), Gump(2, 2), 0},
+                                                  {Numbered("build/gumpartlegacymul/%08d.tga", 6), {1, 2, 3}, 1}},
+                                                 100)));
+    Put(t, "sound",
+        ContainerInput(sound, GeneratedContainer({{Numbered("build/soundlegacymul/%08d.dat", 0), Repeat(3, 90), 1},
+                                                  {Numbered("build/soundlegacymul/%08d.dat", 4095), Repeat(5, 41), 0}},
+                                                 100)));
+    // Facet 4 (32761 blocks): short entries, one with the facet's last block, one beyond the facet.
+    Put(t, "map4",
+        ContainerInput(map, GeneratedContainer({{Numbered("build/map4legacymul/%08d.dat", 0), MapEntry(0, 3, 50), 1},
+                                                {Numbered("build/map4legacymul/%08d.dat", 7), MapEntry(7, 12, 0), 3},
+                                                {Numbered("build/map4legacymul/%08d.dat", 9), MapEntry(9, 2, 10), 0}},
+                                               100)));
+    Put(t, "multicollection",
+        ContainerInput(art, GeneratedContainer({{"build/multicollection/housing.bin", Repeat(1, 9), 1},
+                                                {"build/multicollection/000003.bin", Repeat(2, 9), 0}},
+                                               100)));
+    Put(t, "empty", ContainerInput(sound, GeneratedContainer({}, 100)));
+
+    // Damaged ones, each from the art container (its tables at 40 and 40 + 12 + 3 x 34 + the data).
+    const auto hostile = [&](const std::string& name, ByteArray file) {
+        Put(t, "hostile-" + name, ContainerInput(art, file));
+    };
+    const size_t slot0 = 40 + 12, slot2 = slot0 + 2 * 34;
+    ByteArray file = artFile;
+    PutU64(file, 44, 40);
+    hostile("table-is-its-own-next", file);
+    file = artFile;
+    PutU64(file, 12, artFile.size());
+    hostile("table-past-the-end", file);
+    file = artFile;
+    StoreI32(file.data() + 40, 4);
+    hostile("more-slots-than-capacity", file);
+    file = artFile;
+    PutU64(file, slot0, artFile.size() - 10);
+    hostile("entry-past-the-end", file);
+    file = artFile;
+    StoreI32(file.data() + slot0 + 12, -1);
+    hostile("negative-stored-size", file);
+    file = artFile;
+    StoreI32(file.data() + slot2 + 16, 0x7FFFFFFF);
+    hostile("inflated-2gb", file);
+    file = artFile;
+    StoreI32(file.data() + slot2 + 16, 10);
+    hostile("inflates-to-more", file);
+    file = artFile;
+    StoreI16(file.data() + slot2 + 32, 3);
+    hostile("zlib-entry-as-flag-3", file);
+    // A flag-3 entry whose counts add up to more than its streams hold: T
+    // through stage 1 after a prefix nobody looks at.
+    ByteArray t2(1024 + 8, 0);
+    StoreI32(t2.data() + 4 * 'A', 1000);
+    ByteArray staged(4, 0);
+    std::vector<uint8_t> list(256);
+    for (int i = 0; i < 256; ++i) list[static_cast<size_t>(i)] = static_cast<uint8_t>(i);
+    for (const uint8_t v : t2) {
+        const auto at = std::find(list.begin(), list.end(), v);
+        staged.push_back(static_cast<uint8_t>(at - list.begin()));
+        list.erase(at);
+        list.insert(list.begin(), v);
+    }
+    const std::string path = gTemp + "/counts.uop";
+    try {
+        ClientUOPWriter writer(path);
+        writer.AddStored(UOPNameHash(Numbered("build/artlegacymul/%08d.tga", 1)), Deflate(staged),
+                         static_cast<int32_t>(staged.size()), 3);
+        writer.Finish();
+    } catch (const std::exception& failure) {
+        Check(false, failure.what());
+    }
+    const ByteArray counts = TakeGenerated(path);
+    hostile("counts-past-the-data", counts);
+}
+
+void StagesSeeds() {
+    const std::string t = "fuzz_entry_stages";
+    Put(t, "aabacb", StagesInput(0, EncodeStages(ByteArray{'A', 'A', 'B', 'A', 'C', 'B'})));
+    Put(t, "gump", StagesInput(0, EncodeStages(sample::MakeGumpBlock(9, 5, 3))));
+    Put(t, "empty", StagesInput(0, EncodeStages(ByteArray{})));
+    Put(t, "every-byte", StagesInput(0, EncodeStages(Repeat(0, 256))));
+    ByteArray cut = EncodeStages(ByteArray{'A', 'B'});
+    cut.resize(1000);
+    Put(t, "cut-table", StagesInput(0, cut));
+    Put(t, "round-trip", StagesInput(kStagesRoundTrip, sample::MakeGumpBlock(12, 7, 9)));
+    ByteArray edit{3, 0, 1};  // the fourth stream byte made 1
+    const ByteArray gump = sample::MakeGumpBlock(6, 3, 4);
+    edit.insert(edit.end(), gump.begin(), gump.end());
+    Put(t, "edited", StagesInput(kStagesRoundTrip | kStagesEdited, edit));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -691,6 +852,8 @@ int main(int argc, char** argv) {
     CompareSeeds();
     RegistrySeeds();
     ConvertSeeds();
+    ContainerSeeds();
+    StagesSeeds();
     std::error_code ignored;
     fs::remove_all(gTemp, ignored);
     std::printf("%d seed files written under %s\n", gWritten, gRoot.c_str());

@@ -6,7 +6,8 @@
 #
 # SECONDS   how long each target runs (default 60)
 # TARGET    fuzz_muo fuzz_uop fuzz_verdata fuzz_mul fuzz_compare fuzz_registry
-#           fuzz_convert (default: all of them, one after the other)
+#           fuzz_convert fuzz_client_uop fuzz_entry_stages (default: all of
+#           them, one after the other)
 # --merge   afterwards, merge the new inputs that add coverage into fuzz/corpus
 # --jobs N  run N targets at once (default 1; the machine is shared)
 #
@@ -19,7 +20,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 build=$here/build-fuzz
-all=(fuzz_muo fuzz_uop fuzz_verdata fuzz_mul fuzz_compare fuzz_registry fuzz_convert)
+all=(fuzz_muo fuzz_uop fuzz_verdata fuzz_mul fuzz_compare fuzz_registry fuzz_convert fuzz_client_uop fuzz_entry_stages)
 
 seconds=60
 merge=0
@@ -38,9 +39,9 @@ while [ $# -gt 0 ]; do
 done
 [ ${#targets[@]} -gt 0 ] || targets=("${all[@]}")
 
-# What the build needs: clang with its libFuzzer runtime, CMake, Ninja.
+# What the build needs: clang with its libFuzzer runtime, CMake, Ninja, zlib.
 . "$here/tools/packages.bash"
-install_missing clang libclang-rt-14-dev cmake ninja-build
+install_missing clang libclang-rt-14-dev cmake ninja-build zlib1g-dev
 
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DCMAKE_CXX_COMPILER=clang++ -DQUILLET_SANITIZE=ON -DQUILLET_BUILD_FUZZ=ON \

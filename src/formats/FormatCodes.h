@@ -17,9 +17,9 @@ std::string IllegalBlockMessage(int FileID, int32_t Block);
 // directory.", ...
 std::string OpenFailureWhy(const std::string& path);
 
-// A client UOP container begins with "MYP" and a 0 byte; it holds no patch.
+// A client UOP container begins with "MYP" and a 0 byte; it holds no patch
+// (formats/cClientUOP.h reads it, and says why it is refused as one).
 bool IsClientContainer(const uint8_t* head, size_t size);
-inline constexpr const char* kClientContainerWhy = "It is a client UOP container (\"MYP\"): it holds no patch.";
 
 // The failure of a source that cannot be read as what it was given as:
 // "FILE: TEXT WHY", the class's code text and, where known, why.

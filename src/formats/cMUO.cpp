@@ -7,6 +7,7 @@
 #include "base/BlockLimit.h"
 #include "base/Checked.h"
 #include "formats/FormatCodes.h"
+#include "formats/cClientUOP.h"
 
 namespace quillet {
 
@@ -30,7 +31,7 @@ int32_t cMUO::cOpen(const std::string& PatchFilename) {
     const int32_t code = FileVersion != 1 ? 500 : !whole ? 501 : 0;
     if (code != 0) {
         if (IsClientContainer(Magic.data(), Magic.size()))
-            Why = kClientContainerWhy;
+            Why = ClientContainerWhy(PatchFilename, "a MUO patch file");
         else if (code == 501)
             Why = "Its header is cut short.";
         reader_.reset();

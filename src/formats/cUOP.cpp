@@ -10,6 +10,7 @@
 #include "base/BlockLimit.h"
 #include "base/Checked.h"
 #include "formats/FormatCodes.h"
+#include "formats/cClientUOP.h"
 
 namespace quillet {
 namespace {
@@ -53,7 +54,7 @@ int32_t cUOP::cOpen(const std::string& PatchFilename) {
         ToolName = {};
         if (FileVersion == 5) reader_->Read(ToolName.data(), ToolName.size());
         if (IsClientContainer(head, sizeof head) || (FileVersion != 4 && FileVersion != 5)) {
-            if (IsClientContainer(head, sizeof head)) Why = kClientContainerWhy;
+            if (IsClientContainer(head, sizeof head)) Why = ClientContainerWhy(PatchFilename, "a UOP patch file");
             CloseQuietly();
             return 500;
         }

@@ -11,6 +11,7 @@
 #include "base/Checked.h"
 #include "base/FilePaths.h"
 #include "formats/FormatCodes.h"
+#include "formats/cClientUOP.h"
 
 namespace quillet {
 namespace {
@@ -58,7 +59,7 @@ int32_t cVerdata::cOpen(const std::string& Filename, Access access) {
     uint8_t count[4];
     file_.ReadAt(0, count, sizeof count);  // missing bytes of a short file read as 0
     BlockCount = LeReader(count, sizeof count).I32();
-    container_ = IsClientContainer(count, sizeof count);
+    containerWhy_ = IsClientContainer(count, sizeof count) ? ClientContainerWhy(Filename, "a verdata file") : "";
     notes_.Start(Filename);
     blockData_.Start(blockSource_, 0, notes_);
     reserved_ = 0;
@@ -264,7 +265,7 @@ int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t&
 }
 
 std::string cVerdata::NotVerdataWhy() const {
-    if (container_) return kClientContainerWhy;
+    if (!containerWhy_.empty()) return containerWhy_;
     if (BlockCount < 0) return "It counts " + std::to_string(BlockCount) + " entries: it is no verdata file.";
     return {};
 }

@@ -125,7 +125,7 @@ private:
     WindowSource blockSource_{file_, blockWindow_, 0};
     BlockBytes blockData_;
     ReadNotes notes_;
-    bool container_ = false;  // the file begins as a client UOP container does
+    std::string containerWhy_;  // why the file is no verdata file if it begins as a client UOP container does
 };
 
 }  // namespace quillet

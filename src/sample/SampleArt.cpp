@@ -138,27 +138,30 @@ bool WriteArt(const std::string& idxPath, const std::string& mulPath, const ArtO
     return Guarded("SampleClient.WriteArt", error, [&] { WriteArtFiles(idxPath, mulPath, options, summary); });
 }
 
+void ArtRecord(const ArtOptions& options, int32_t n, IdxRecord& record) {
+    const uint32_t seed = options.seed;
+    if (n == 2 || n == kFirstItemRecord + 2) {
+        record.kind = IdxRecord::Kind::ZeroSize;
+        return;
+    }
+    const bool chance = static_cast<int32_t>(Hash(seed, kTagArt, static_cast<uint32_t>(n), 1) % 1000) <
+                        (n < kFirstItemRecord ? options.landPermille : options.staticPermille);
+    if (n < kFirstItemRecord) {
+        if (!chance && !IsTerrainTile(n)) return;
+        record.bytes = MakeLandArt(seed, n);
+    } else {
+        const int32_t item = n - kFirstItemRecord;
+        if (!chance && !IsTerrainItem(item) && n != options.records - 1) return;
+        record.bytes = MakeStaticArt(seed, item);
+    }
+    record.kind = IdxRecord::Kind::Data;
+}
+
 void detail::WriteArtFiles(const std::string& idxPath, const std::string& mulPath, const ArtOptions& options,
                            IdxMulSummary* summary) {
-    const uint32_t seed = options.seed;
-    const RecordSource source = [&](int32_t n, IdxRecord& record) {
-        if (n == 2 || n == kFirstItemRecord + 2) {
-            record.kind = IdxRecord::Kind::ZeroSize;
-            return;
-        }
-        const bool chance = static_cast<int32_t>(Hash(seed, kTagArt, static_cast<uint32_t>(n), 1) % 1000) <
-                            (n < kFirstItemRecord ? options.landPermille : options.staticPermille);
-        if (n < kFirstItemRecord) {
-            if (!chance && !IsTerrainTile(n)) return;
-            record.bytes = MakeLandArt(seed, n);
-        } else {
-            const int32_t item = n - kFirstItemRecord;
-            if (!chance && !IsTerrainItem(item) && n != options.records - 1) return;
-            record.bytes = MakeStaticArt(seed, item);
-        }
-        record.kind = IdxRecord::Kind::Data;
-    };
-    WritePair(idxPath, mulPath, options.records, source, summary);
+    WritePair(
+        idxPath, mulPath, options.records, [&](int32_t n, IdxRecord& record) { ArtRecord(options, n, record); },
+        summary);
 }
 
 int32_t GumpExtra(int32_t width, int32_t height) {
@@ -201,23 +204,26 @@ bool WriteGumps(const std::string& idxPath, const std::string& mulPath, const Gu
     return Guarded("SampleClient.WriteGumps", error, [&] { WriteGumpFiles(idxPath, mulPath, options, summary); });
 }
 
+void GumpRecord(const GumpOptions& options, int32_t n, IdxRecord& record) {
+    if (n == 1) {
+        record.kind = IdxRecord::Kind::ZeroSize;
+        return;
+    }
+    Rng rng(Hash(options.seed, kTagGump, static_cast<uint32_t>(n)));
+    if (n != 0 && !rng.Permille(options.permille)) return;
+    const int32_t width = rng.Range(std::min(16, options.maxWidth), options.maxWidth);
+    const int32_t height = rng.Range(std::min(16, options.maxHeight), options.maxHeight);
+    record.kind = IdxRecord::Kind::Data;
+    record.extra = GumpExtra(width, height);
+    record.bytes = MakeGumpBlock(width, height, static_cast<uint32_t>(rng.Next()));
+}
+
 void detail::WriteGumpFiles(const std::string& idxPath, const std::string& mulPath, const GumpOptions& options,
                             IdxMulSummary* summary) {
     if (options.maxWidth < 1 || options.maxHeight < 1) Fail("A gump needs a width and a height");
-    const RecordSource source = [&](int32_t n, IdxRecord& record) {
-        if (n == 1) {
-            record.kind = IdxRecord::Kind::ZeroSize;
-            return;
-        }
-        Rng rng(Hash(options.seed, kTagGump, static_cast<uint32_t>(n)));
-        if (n != 0 && !rng.Permille(options.permille)) return;
-        const int32_t width = rng.Range(std::min(16, options.maxWidth), options.maxWidth);
-        const int32_t height = rng.Range(std::min(16, options.maxHeight), options.maxHeight);
-        record.kind = IdxRecord::Kind::Data;
-        record.extra = GumpExtra(width, height);
-        record.bytes = MakeGumpBlock(width, height, static_cast<uint32_t>(rng.Next()));
-    };
-    WritePair(idxPath, mulPath, options.records, source, summary);
+    WritePair(
+        idxPath, mulPath, options.records, [&](int32_t n, IdxRecord& record) { GumpRecord(options, n, record); },
+        summary);
 }
 
 }  // namespace quillet::sample

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "base/Checked.h"
+#include "sample/SampleContainers.h"
 #include "sample/SampleCore.h"
 
 namespace quillet::sample {
@@ -249,6 +250,8 @@ void WriteSet(const SampleOptions& o) {
     m.File("patch4.uop",
            "version 4: entries from byte 12; the entries of patch.muo without bit 6:\n" + PatchText(patch, false));
     m.File("patch5.uop", "version 5: a 10-byte tool name, entries from byte 22; the same entries as patch4.uop");
+    m.Line("");
+    m.Line(WriteCurrentContainers(o, sizes.art, sizes.gumps));
 
     m.Line(WriteCurrentFiles(Path(o, "current"), o.full, o.seed));
 

@@ -118,6 +118,8 @@ struct ArtOptions {
 // picture, and so has the last record. Records 2 and 0x4002 have Size 0.
 bool WriteArt(const std::string& idxPath, const std::string& mulPath, const ArtOptions& options, IdxMulSummary* summary,
               std::string* error);
+// Record n of that art index, into a record that is Empty with Extra 0.
+void ArtRecord(const ArtOptions& options, int32_t n, IdxRecord& record);
 ByteArray MakeLandArt(uint32_t seed, int32_t tile);  // 2024 bytes
 ByteArray MakeStaticArt(uint32_t seed, int32_t item);
 
@@ -132,6 +134,8 @@ struct GumpOptions {
 // Record 0 always has a gump; record 1 has Size 0.
 bool WriteGumps(const std::string& idxPath, const std::string& mulPath, const GumpOptions& options,
                 IdxMulSummary* summary, std::string* error);
+// Record n of that gump index, into a record that is Empty with Extra 0.
+void GumpRecord(const GumpOptions& options, int32_t n, IdxRecord& record);
 // A gump of the client's run-length form: a table of height row starts (in
 // 4-byte units from the block's start), then each row's runs of colour and
 // length, the lengths of a row adding up to width, neighbours of other colour.

@@ -140,8 +140,8 @@ TEST_F(PatchTest, AnImportTellsItsFailureOrItsWarningsInOneMessage) {
     ASSERT_TRUE(failed.WasLogged());
     EXPECT_FALSE(TellOutcome(failed));
     const std::string why = Path("myp.uop") +
-                            ": Unsupported patchfile. It is a client UOP container (\"MYP\"): it "
-                            "holds no patch.";
+                            ": Unsupported patchfile. It is a client UOP container (\"MYP\"), not a UOP patch "
+                            "file.";
     EXPECT_EQ(warningBoxes, std::vector<std::string>{why});
 
     // Two cut blocks and a count beyond the file: a success with two warnings, one message.

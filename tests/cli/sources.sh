@@ -42,20 +42,26 @@ run_as=
 # Not what the option names: a client's UOP container, a UOP of another
 # version, garbage, a MUO file given as --uop; a verdata file with a negative
 # count, a container given as --verdata; a non-MUO file given as --muo.
-printf 'MYP\0\x05\0\0\0\x88\x0d\0\0\0\0\0\0' >"$scratch/artLegacyMUL.uop"
+# The client's art container: the header, a table of one slot, the entry
+# build/artlegacymul/00000000.tga (hash 0x99361F7D3A53AEA8) holding "Q".
+{
+  printf "MYP\\0$(le32 4)$(le32 0xFD23EC43)$(le32 40)$(le32 0)$(le32 1)$(le32 1)$(le32 0)$(le32 0)$(le32 0)"
+  printf "$(le32 1)$(le32 0)$(le32 0)"
+  printf "$(le32 86)$(le32 0)$(le32 0)$(le32 1)$(le32 1)$(le32 0x3A53AEA8)$(le32 0x99361F7D)$(le32 0)$(le16 0)Q"
+} >"$scratch/artLegacyMUL.uop"
 printf "UOP\\x03$(le32 1)$(le32 0)" >"$scratch/v3.uop"
 printf '\xa5%.0s' $(seq 64) >"$scratch/garbage"
 while read -r option file says; do
   expect_err 1 "$scratch/$file: $says" "$cli" import --patch "$patch" "$option" "$scratch/$file"
   cmp "$patch" "$scratch/original.muo" || fail "$option $file changed the patch"
 done <<EOF2
---uop artLegacyMUL.uop Unsupported patchfile. It is a client UOP container ("MYP"): it holds no patch.
+--uop artLegacyMUL.uop Unsupported patchfile. It is a client UOP container (Art), not a UOP patch file; import it as the Art MUL file (--type Art --mul FILE).
 --uop v3.uop Unsupported patchfile.
 --uop garbage Unsupported patchfile.
 --uop original.muo Unsupported patchfile.
 --verdata garbage It counts -1515870811 entries: it is no verdata file.
---verdata artLegacyMUL.uop It is a client UOP container
---muo artLegacyMUL.uop Unsupported patchfile. It is a client UOP container
+--verdata artLegacyMUL.uop It is a client UOP container (Art), not a verdata file; import it as the Art MUL file
+--muo artLegacyMUL.uop Unsupported patchfile. It is a client UOP container (Art), not a MUO patch file; import
 --muo garbage Unsupported patchfile.
 EOF2
 expect_status 1 "$cli" import --patch "$scratch/fresh.muo" --uop "$scratch/v3.uop"

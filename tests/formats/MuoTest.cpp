@@ -120,7 +120,7 @@ TEST_F(PatchTest, ForeignVersionOrCutHeaderFailsNamingTheFile) {
     const std::vector<std::pair<std::string, std::string>> failing{
         {"v2.muo", "Unsupported patchfile."},
         {"cut.muo", "Unable to open file. Its header is cut short."},
-        {"myp.muo", "Unsupported patchfile. It is a client UOP container (\"MYP\"): it holds no patch."}};
+        {"myp.muo", "Unsupported patchfile. It is a client UOP container (\"MYP\"), not a MUO patch file."}};
     for (const auto& [name, says] : failing) EXPECT_FALSE(LoadAll(Path(name))) << name;
     ASSERT_EQ(LogLines().size(), failing.size());
     for (size_t i = 0; i < failing.size(); ++i)

@@ -1,8 +1,9 @@
+#include "actions/mStart.h"
+#include "base/Checked.h"
 #include "common/Bytes.h"
 #include "common/TestEnv.h"
-#include "base/Checked.h"
 #include "core/mPatch.h"
-#include "actions/mStart.h"
+#include "formats/ClientUOPWriter.h"
 #include "formats/cUOP.h"
 #include "formats/mPatchUOP.h"
 #include "operations/OperationsTestUtil.h"
@@ -65,15 +66,24 @@ TEST_F(PatchTest, UopOfAnotherVersionOrAContainerFailsNamingTheFile) {
         EXPECT_FALSE(uop.IsOpen());
     }
     test::WriteFile(Path("tiny.uop"), {'U', 'O'});  // cut inside the header: version 0
-    test::WriteFile(Path("myp.uop"), Bytes{}.text("MYP").u8(0).le(5).le(0xD88).le(0).b);  // a client's container
+    // Client containers: one cut inside its header, and one of art, which
+    // is told what it is and how to import it.
+    test::WriteFile(Path("myp.uop"), Bytes{}.text("MYP").u8(0).le(5).le(0xD88).le(0).b);
+    {
+        ClientUOPWriter art(Path("artLegacyMUL.uop"));
+        art.Add("build/artlegacymul/00000001.tga", {1, 2, 3}, 1);
+        art.Finish();
+    }
     EXPECT_FALSE(LoadUOP(Path("tiny.uop"), 0, 255, 0, HighestBlock()));
     EXPECT_FALSE(LoadUOP(Path("myp.uop"), 0, 255, 0, HighestBlock()));
+    EXPECT_FALSE(LoadUOP(Path("artLegacyMUL.uop"), 0, 255, 0, HighestBlock()));
     failing.push_back(Path("tiny.uop") + ": Unsupported patchfile.");
     failing.push_back(Path("myp.uop") +
-                      ": Unsupported patchfile. It is a client UOP container (\"MYP\"): it holds "
-                      "no patch.");
-    for (const std::string& path : {Path("missing.uop"), std::string()})
-        EXPECT_TRUE(LoadUOP(path, 0, 255, 0, HighestBlock()));
+                      ": Unsupported patchfile. It is a client UOP container (\"MYP\"), not a UOP patch file.");
+    failing.push_back(Path("artLegacyMUL.uop") +
+                      ": Unsupported patchfile. It is a client UOP container (Art), not a UOP patch file; import it "
+                      "as the Art MUL file (--type Art --mul FILE).");
+    for (const std::string& path : {Path("missing.uop"), std::string()}) EXPECT_TRUE(LoadUOP(path, 0, 255, 0, HighestBlock()));
     ASSERT_EQ(LogLines().size(), failing.size());
     for (size_t i = 0; i < failing.size(); ++i)
         EXPECT_NE(LogLines()[i].find("mPatch.LoadUOP: " + failing[i]), std::string::npos) << LogLines()[i];

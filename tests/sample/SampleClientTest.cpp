@@ -16,7 +16,10 @@
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "operations/mImport.h"
+#include "formats/cClientUOP.h"
+#include "formats/cMUL.h"
 #include "sample/SampleClient.h"
+#include "sample/SampleContainers.h"
 
 namespace quillet {
 namespace {
@@ -25,10 +28,12 @@ using namespace sample;
 using test::Bytes;
 using test::ReadFile;
 
-const std::vector<std::string> kSetFiles = {"map0.mul",    "map0-changed.mul", "staidx0.mul",  "statics0.mul",
-                                            "artidx.mul",  "art.mul",          "gumpidx.mul",  "gumpart.mul",
-                                            "hues.mul",    "tiledata.mul",     "radarcol.mul", "verdata.mul",
-                                            "patch.muo",   "patch4.uop",       "patch5.uop",   "sample-client.txt"};
+const std::vector<std::string> kSetFiles = {
+    "map0.mul",    "map0-changed.mul", "staidx0.mul", "statics0.mul",      "artidx.mul",   "art.mul",
+    "gumpidx.mul", "gumpart.mul",      "hues.mul",    "tiledata.mul",      "radarcol.mul", "verdata.mul",
+    "patch.muo",   "patch4.uop",       "patch5.uop",  "sample-client.txt", "current"};
+const std::vector<std::string> kContainers = {"current/artLegacyMUL.uop", "current/gumpartLegacyMUL.uop",
+                                              "current/map0LegacyMUL.uop", "current/soundLegacyMUL.uop"};
 
 struct IdxRec { int32_t position, size, extra; };
 
@@ -77,10 +82,11 @@ TEST_F(SampleClientTest, SameSeedSameBytesOtherSeedOtherBytesAndTheSizesOfTheFor
     ASSERT_TRUE(WriteSampleClient(other, &error)) << error;
     std::set<std::string> written;
     for (const auto& f : std::filesystem::directory_iterator(Set(""))) written.insert(f.path().filename().string());
-    std::set<std::string> wanted(kSetFiles.begin(), kSetFiles.end());
-    wanted.insert("current");  // a folder: the current client's files, below
-    EXPECT_EQ(written, wanted);
-    for (const std::string& name : kSetFiles) {
+    EXPECT_EQ(written, std::set<std::string>(kSetFiles.begin(), kSetFiles.end()));
+    std::vector<std::string> files = kContainers;
+    for (const std::string& name : kSetFiles)
+        if (name != "current") files.push_back(name);
+    for (const std::string& name : files) {
         const ByteArray first = ReadFile(Set(name));
         EXPECT_EQ(first, ReadFile(same.dir + "/" + name)) << name;
         EXPECT_NE(first, ReadFile(other.dir + "/" + name)) << name;
@@ -387,6 +393,85 @@ TEST_F(SampleClientTest, VerdataAndPatchFilesHoldTheSampleEntriesInTheirOwnLayou
     EXPECT_EQ(ReadFile(Set("patch.muo")), muo.b);
     EXPECT_EQ(ReadFile(Set("patch4.uop")), uop4.b);
     EXPECT_EQ(ReadFile(Set("patch5.uop")), uop5.b);
+}
+
+// The flags of the entries of a container, from its tables.
+std::vector<int16_t> Flags(const ByteArray& file) {
+    std::vector<int16_t> flags;
+    for (int64_t table = LoadI32(file.data() + 12); table != 0;) {
+        const int32_t used = LoadI32(file.data() + table);
+        for (int32_t slot = 0; slot < used; ++slot) flags.push_back(LoadI16(file.data() + table + 12 + 34 * slot + 32));
+        table = LoadI32(file.data() + table + 4);
+    }
+    return flags;
+}
+
+// The containers of the current client hold the blocks of the classic files
+// and more, each read back as its type.
+TEST_F(SampleClientTest, ContainersHoldTheClassicBlocksAndMoreBeyond) {
+    struct Opened {
+        cMUL mul;
+        cClientUOP uop;
+    };
+    // The same block; the same Extra too where the type keeps one (gumps).
+    const auto same = [](cMUL& mul, cClientUOP& uop, int32_t block, bool extras = false) {
+        int32_t extra1 = 0, extra2 = 0;
+        ByteArray bytes1, bytes2;
+        const int32_t size1 = mul.cLoad(block, extra1, bytes1), size2 = uop.cLoad(block, extra2, bytes2);
+        if (size1 < 0 || size2 < 0) return size1 == size2 && extra2 == -1;  // an empty record: no entry
+        return size1 == size2 && (size1 == 0 || bytes1 == bytes2) && (!extras || extra1 == extra2);
+    };
+    Opened art, gumps, map;
+    ASSERT_EQ(art.mul.cOpen(Set("artidx.mul"), Set("art.mul"), 0, 0, 0), 0);
+    ASSERT_EQ(art.uop.cOpen(Set("current/artLegacyMUL.uop"), 4), 0) << art.uop.Why;
+    for (int32_t n = 0; n <= 65536; ++n) ASSERT_TRUE(same(art.mul, art.uop, n)) << n;
+    EXPECT_GT(art.uop.cBlocksIn(65537, kCurrentArtLast), 100);
+    EXPECT_EQ(art.uop.cExtent(), kCurrentArtLast + 1);
+    const std::vector<int16_t> artFlags = Flags(ReadFile(Set("current/artLegacyMUL.uop")));
+    EXPECT_EQ(std::set<int16_t>(artFlags.begin(), artFlags.end()), (std::set<int16_t>{0, 1}));
+
+    ASSERT_EQ(gumps.mul.cOpen(Set("gumpidx.mul"), Set("gumpart.mul"), 0, 0, 0), 0);
+    ASSERT_EQ(gumps.uop.cOpen(Set("current/gumpartLegacyMUL.uop"), 12), 0) << gumps.uop.Why;
+    for (int32_t n = 0; n < 2048; ++n) ASSERT_TRUE(same(gumps.mul, gumps.uop, n, true)) << n;
+    for (const int32_t n : {9834, 9839, 50000, 65535}) {
+        int32_t extra = 0;
+        EXPECT_GT(gumps.uop.cLoadHead(n, extra), 0) << n;
+        EXPECT_GT(extra, 0) << n;
+    }
+    const std::vector<int16_t> gumpFlags = Flags(ReadFile(Set("current/gumpartLegacyMUL.uop")));
+    EXPECT_EQ(std::set<int16_t>(gumpFlags.begin(), gumpFlags.end()), (std::set<int16_t>{3}));
+
+    ASSERT_EQ(map.mul.cOpen("", Set("map0.mul"), kMapBlockSize, kSmallMapColumns * kMapRows, 0), 0);
+    ASSERT_EQ(map.uop.cOpen(Set("current/map0LegacyMUL.uop"), 0), 0) << map.uop.Why;
+    EXPECT_EQ(map.uop.cKind(), "Map 0");
+    EXPECT_EQ(map.uop.cExtent(), kCurrentMapColumns * kMapRows);
+    for (int32_t b = 0; b < kSmallMapColumns * kMapRows; b += 97) ASSERT_TRUE(same(map.mul, map.uop, b)) << b;
+    // Beyond the classic map: entries 96 and 103 with their blocks, 100 without (zeros); the last one short.
+    ByteArray block(kMapBlockSize), got;
+    int32_t extra = 0;
+    for (const int32_t b : {96 * 4096, 103 * 4096 + 4095, 111 * 4096 + 3995}) {
+        MakeMapBlock(1, kMapRows, b, nullptr, block.data());
+        EXPECT_EQ(map.uop.cLoad(b, extra, got), kMapBlockSize);
+        EXPECT_EQ(got, block) << b;
+    }
+    ByteArray half(kMapBlockSize, 0);
+    MakeMapBlock(1, kMapRows, 111 * 4096 + 3996, nullptr, block.data());
+    std::copy(block.begin(), block.begin() + 98, half.begin());
+    for (const auto& [b, bytes] : {std::pair{100 * 4096 + 7, ByteArray(kMapBlockSize, 0)},
+                                   {111 * 4096 + 3996, half},
+                                   {458751, ByteArray(kMapBlockSize, 0)}}) {
+        EXPECT_EQ(map.uop.cLoad(b, extra, got), kMapBlockSize);
+        EXPECT_EQ(got, bytes) << b;
+    }
+
+    cClientUOP sound;
+    ASSERT_EQ(sound.cOpen(Set("current/soundLegacyMUL.uop"), 8), 0) << sound.Why;
+    for (const int32_t n : kContainerSounds) {
+        EXPECT_EQ(sound.cLoad(n, extra, got), static_cast<int32_t>(ContainerSound(1, n).size()));
+        EXPECT_EQ(extra, n + 1);
+        EXPECT_EQ(got, ContainerSound(1, n));
+    }
+    EXPECT_EQ(sound.cBlocksIn(0, INT32_MAX), 8);
 }
 
 // The set goes only into a new or an empty directory, and every writer makes
