@@ -16,7 +16,6 @@
 namespace quillet::sample {
 
 inline constexpr const char* kCurrentDir = "current";
-inline constexpr int32_t kCurrentMapColumns = 896;
 inline constexpr int32_t kCurrentArtLast = 0x13FDB;
 inline constexpr int32_t kContainerGumpRecords = 4096;
 // The sounds of soundLegacyMUL.uop.
