@@ -2,6 +2,7 @@
 
 #include "actions/RunJob.h"
 #include "core/mMuls.h"
+#include "formats/cClientUOP.h"
 #include "formats/mPatchMUO.h"
 #include "formats/mPatchUOP.h"
 #include "formats/mVerdata.h"
@@ -9,6 +10,12 @@
 #include "operations/mImport.h"
 
 namespace quillet {
+
+bool IsClientContainerFile(const std::string& File) { return IsClientUOPFile(File); }
+
+bool NeedsIndexFile(uint8_t FileID, const std::string& MULFile) {
+    return FileTypes[FileID].ConstantIndex == 0 && !IsClientUOPFile(MULFile);
+}
 
 Result ImportFrom(const ImportRequest& r) {
     constexpr const char* kName = "mImportJobs.ImportFrom";

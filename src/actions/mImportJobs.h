@@ -28,6 +28,13 @@ struct ImportRequest {
     int32_t ToBlock = HighestBlock();
 };
 
+// Whether the client's files of FileID need an index file beside MULFile:
+// types whose blocks are found through one, unless MULFile is a client's UOP
+// container, which indexes itself.
+bool NeedsIndexFile(uint8_t FileID, const std::string& MULFile);
+// Whether the file is a client's UOP container ("MYP"), by its content.
+bool IsClientContainerFile(const std::string& File);
+
 // Picks the loader of the source (LoadMUO, LoadUOP, LoadVerdata; LoadTiledata
 // for Tiledata, LoadMUL for any other type) and runs it under its wait text.
 Result ImportFrom(const ImportRequest& request);

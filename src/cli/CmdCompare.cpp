@@ -26,8 +26,8 @@ int RunCompare(CommandContext& context) {
     const int fileId = ParseType(args.Required("--type"));
     const std::string& baseMul = args.Required("--base-mul");
     const std::string& newMul = args.Required("--new-mul");
-    const std::optional<std::string> baseIdx = ClientIndexOption(args, "--base-idx", fileId);
-    const std::optional<std::string> newIdx = ClientIndexOption(args, "--new-idx", fileId);
+    const std::optional<std::string> baseIdx = ClientIndexOption(args, "--base-idx", fileId, baseMul);
+    const std::optional<std::string> newIdx = ClientIndexOption(args, "--new-idx", fileId, newMul);
     // The dialog's order of tests: both MUL files, then both index files.
     RequireReadableFile(baseMul);
     RequireReadableFile(newMul);
@@ -51,10 +51,10 @@ void AddCompareCommands(std::vector<CommandSpec>& table) {
         {"compare",
          "add every block of a type that differs between two versions of a client file",
          {"compare --patch P --type T --base-mul F [--base-idx F] --new-mul F [--new-idx F] [--out FILE]"},
-         {PatchOption(), NoWaitOption(), TypeOption(), {"--base-mul", "F", "the original (base) MUL file"},
-          {"--base-idx", "F", "its index file (for the types without a fixed block size)"},
-          {"--new-mul", "F", "the altered (new) MUL file"},
-          {"--new-idx", "F", "its index file (for the types without a fixed block size)"}, OutOption()},
+         {PatchOption(), NoWaitOption(), TypeOption(), {"--base-mul", "F", "the original (base) MUL file, or a client UOP container of the type"},
+          {"--base-idx", "F", "its index file (for the types without a fixed block size; not for a container)"},
+          {"--new-mul", "F", "the altered (new) MUL file, or a client UOP container of the type"},
+          {"--new-idx", "F", "its index file (for the types without a fixed block size; not for a container)"}, OutOption()},
          "Every block of the type is walked on both sides. A block differs when its sizes differ (so an empty "
          "block of Size -1 and one of Size 0 differ too), or, with equal sizes above 0, when its bytes do; the "
          "extra words are not compared. A block that differs goes into the patch as the new version has it, "

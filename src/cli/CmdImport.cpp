@@ -23,7 +23,7 @@ int RunImportMUL(CommandContext& context) {
     const int fileId = ParseType(args.Required("--type"));
     if (args.Has("--fileids")) throw UsageError("--fileids goes with --muo, --uop and --verdata: --type imports one type");
     const std::string& mul = args.Required("--mul");
-    const std::optional<std::string> idx = ClientIndexOption(args, "--idx", fileId);
+    const std::optional<std::string> idx = ClientIndexOption(args, "--idx", fileId, mul);
     const BlockRange blocks = ParseRange(args.Optional("--blocks").value_or(EveryBlock()), "--blocks");
     RequireReadableFile(mul);
     if (idx) RequireReadableFile(*idx);
@@ -87,10 +87,12 @@ void AddImportCommands(std::vector<CommandSpec>& table) {
           {"--uop", "F", "a UOP patch file (version 4 or 5) to merge"},
           {"--verdata", "F", "a verdata.mul to merge"},
           {"--type", "T", "import one type from the client's files"},
-          {"--mul", "F", "with --type: the client's MUL file"},
+          {"--mul", "F",
+           "with --type: the client's MUL file, or its UOP container (artLegacyMUL.uop, gumpartLegacyMUL.uop, "
+           "map0LegacyMUL.uop, soundLegacyMUL.uop), told by its content"},
           {"--idx", "F",
            "with --type: its index file; needed by the types without a fixed block size, refused by the others "
-           "(Map, Tiledata, Animdata, Hues, Radarcol)"},
+           "(Map, Tiledata, Animdata, Hues, Radarcol) and by a container"},
           {"--fileids", "A-B", "take only entries whose FileID lies in the range (default 0-255)"},
           {"--blocks", "A-B",
            "take only entries whose block lies in the range (default " + EveryBlock() +

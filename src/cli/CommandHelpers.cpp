@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "actions/mImportJobs.h"
 #include "core/BlockRows.h"
 #include "core/mPatch.h"
 
@@ -29,11 +30,17 @@ void RequireReadableFile(const std::string& path) {
     if (::access(path.c_str(), R_OK) != 0) throw CommandError(path + ": cannot be read");
 }
 
-std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::string& option, int FileID) {
+std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::string& option, int FileID,
+                                             const std::string& MULFile) {
     const FileTypeRec& type = FileTypes[static_cast<size_t>(FileID)];
     if (type.ConstantIndex != 0) {
         if (args.Has(option))
             throw UsageError(option + ": " + type.Name + " has no index file (its blocks have a fixed size)");
+        return std::nullopt;
+    }
+    if (!NeedsIndexFile(static_cast<uint8_t>(FileID), MULFile)) {
+        if (args.Has(option))
+            throw UsageError(option + ": " + MULFile + " is a client UOP container, which needs no index file");
         return std::nullopt;
     }
     if (!args.Has(option))

@@ -20,8 +20,10 @@ void RequireReadableFile(const std::string& path);
 
 // The index file of a type read from the client's files (import --type,
 // compare): required for a type found through an index, a usage error for a
-// type of fixed block size, which has none (then nothing is answered).
-std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::string& option, int FileID);
+// type of fixed block size or a client's UOP container given as MULFile,
+// which have none (then nothing is answered).
+std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::string& option, int FileID,
+                                             const std::string& MULFile);
 
 // A CommandError unless the block is in the patch.
 void RequirePresent(int FileID, int32_t Block);

@@ -1,5 +1,6 @@
 #include "formats/cClientUOP.h"
 
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -9,6 +10,7 @@
 
 #include "base/BlockLimit.h"
 #include "base/Checked.h"
+#include "core/mMuls.h"
 #include "formats/EntryStages.h"
 #include "formats/FormatCodes.h"
 #include "formats/UOPHash.h"
@@ -284,8 +286,8 @@ int32_t cClientUOP::cOpen(const std::string& path, uint8_t FileID) {
     Why.clear();
     const Kind wanted = WantedKind(FileID);
     if (wanted == Kind::None) {
-        Why = "A client UOP container holds the blocks of Art, Gumps, Map or Sound, not of FileID " +
-              std::to_string(FileID) + ".";
+        Why = "A client UOP container holds the blocks of Art, Gumps, Map or Sound, not of " +
+              (FileTypes[FileID].Name.empty() ? "FileID " + std::to_string(FileID) : FileTypes[FileID].Name) + ".";
         return 500;
     }
     try {

@@ -33,13 +33,14 @@
 
 #include "base/BinaryFile.h"
 #include "base/ByteIO.h"
+#include "formats/BlockReader.h"
 
 namespace quillet {
 
-class cClientUOP {
+class cClientUOP : public BlockReader {
 public:
     cClientUOP();
-    ~cClientUOP();
+    ~cClientUOP() override;
     cClientUOP(const cClientUOP&) = delete;
     cClientUOP& operator=(const cClientUOP&) = delete;
 
@@ -51,35 +52,35 @@ public:
     // Art."), or FileID is none of the four.
     int32_t cOpen(const std::string& path, uint8_t FileID);
     // Answers 0 (closing what is not open is no failure), or 505.
-    int32_t cClose();
+    int32_t cClose() override;
     // As cMUL::cLoad: Extra and, for a Size above 0, the bytes (bytes
     // resized to Size); answers Size, -1 for an absent block (Extra -1
     // then). Throws a Failure that names the block for an entry that does
     // not decode (damaged zlib or stages, a size that lies, an unknown flag,
     // a gump entry shorter than its width and height) or is too large to
     // hold.
-    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes);
+    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) override;
     // cLoad without the bytes; they are then cData's to give, exactly Size
     // of them, a piece at a time. A compressed entry is decoded here.
-    int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra);
-    ByteSource& cData() { return data_; }
+    int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) override;
+    ByteSource& cData() override { return data_; }
     // The bytes of the block last read by cLoadHead once more, from their start.
-    ByteSource& cDataAgain();
+    ByteSource& cDataAgain() override;
     // The bytes of the block last read by cLoadHead, held whole, without a
     // copy where the read window or the decoded entry holds them (else in
     // spare). Valid until the next call on this object or a change of
     // spare; nullptr for a Size of 0 or below.
-    const uint8_t* cView(ByteArray& spare);
+    const uint8_t* cView(ByteArray& spare) override;
     // How many blocks with a Size above 0 lie among numbers First..Last:
     // the blocks of the entries present (a gump entry counts as present
     // before it is decoded); for a map, every block below cExtent and the
     // blocks of entries that lie wholly beyond the facet.
-    int64_t cBlocksIn(int64_t First, int64_t Last);
+    int64_t cBlocksIn(int64_t First, int64_t Last) override;
     // The block numbers the container speaks for: the highest present block
     // plus 1; for a map 4096 times the entries up to the highest present
     // one, cut at the facet's block count (the last entry of a facet may
     // reach past it). 0 when nothing is open.
-    int64_t cExtent();
+    int64_t cExtent() override;
     // What the container holds, from the names of its entries 0 to 127:
     // "Art", "Gumps", "Sound", "Map 0" .. "Map 5", "MultiCollection"; ""
     // when nothing is open or it holds no entry of a known name.

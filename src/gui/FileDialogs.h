@@ -13,6 +13,10 @@ namespace quillet {
 // name/pattern list becomes Qt's filter list, one entry per line.
 QString ConvertFilter(QString Filter);
 
+// The open dialog's filter for a client's file: MUL files first, the UOP
+// containers of current clients beside them.
+inline const QString kMulOrContainerFilter = QStringLiteral("Mul file (*.mul) |*.mul|UOP container (*.uop)|*.uop");
+
 QString OpenDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir);
 // A name typed without an extension gets ".mul", as every save dialog did.
 QString SaveDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir,

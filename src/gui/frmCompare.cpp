@@ -84,6 +84,9 @@ frmCompare::frmCompare(QWidget* parent) : DialogForm(parent) {
     connect(cmdMUL2, &QPushButton::clicked, this, [this] { cmdMUL2_Click(); });
     connect(cmdIDX1, &QPushButton::clicked, this, [this] { cmdIDX1_Click(); });
     connect(cmdIDX2, &QPushButton::clicked, this, [this] { cmdIDX2_Click(); });
+    // A client's container in a MUL box needs no index file.
+    connect(txtMUL1, &QLineEdit::textChanged, this, [this] { cboMULType_Change(); });
+    connect(txtMUL2, &QLineEdit::textChanged, this, [this] { cboMULType_Change(); });
     connect(cmdCompare, &QPushButton::clicked, this, [this] { cmdCompare_Click(); });
     connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });
 
@@ -101,21 +104,24 @@ frmCompare::frmCompare(QWidget* parent) : DialogForm(parent) {
 
 frmCompare::~frmCompare() = default;
 
-bool frmCompare::SelectedHasIndex() const {
+bool frmCompare::SelectedHasIndex(const QLineEdit* mul) const {
     const int id = cboMULType->currentData().toInt();
-    return id >= 0 && id < kFileIDs && FileTypes[static_cast<size_t>(id)].ConstantIndex == 0;
+    return id >= 0 && id < kFileIDs && NeedsIndexFile(static_cast<uint8_t>(id), Text(mul));
 }
 
 void frmCompare::cboMULType_Change() {
-    const bool idx = SelectedHasIndex();
-    for (QWidget* control : {static_cast<QWidget*>(txtIDX1), static_cast<QWidget*>(txtIDX2),
-                             static_cast<QWidget*>(cmdIDX1), static_cast<QWidget*>(cmdIDX2),
-                             static_cast<QWidget*>(lblIDX1), static_cast<QWidget*>(lblIDX2)})
-        control->setVisible(idx);
+    const bool idx1 = SelectedHasIndex(txtMUL1);
+    for (QWidget* control : {static_cast<QWidget*>(txtIDX1), static_cast<QWidget*>(cmdIDX1),
+                             static_cast<QWidget*>(lblIDX1)})
+        control->setVisible(idx1);
+    const bool idx2 = SelectedHasIndex(txtMUL2);
+    for (QWidget* control : {static_cast<QWidget*>(txtIDX2), static_cast<QWidget*>(cmdIDX2),
+                             static_cast<QWidget*>(lblIDX2)})
+        control->setVisible(idx2);
 }
 
 void frmCompare::BrowseMUL(QLineEdit* box) {
-    const QString path = OpenDialog(this, "Mul file (*.mul) |*.mul", "Import from mul file",
+    const QString path = OpenDialog(this, kMulOrContainerFilter, "Import from mul file",
                                     QString::fromStdString(gFileIO.exepath));
     if (!path.isEmpty()) box->setText(path);
 }
@@ -132,11 +138,12 @@ void frmCompare::cmdIDX1_Click() { BrowseIDX(txtIDX1); }
 void frmCompare::cmdIDX2_Click() { BrowseIDX(txtIDX2); }
 
 void frmCompare::cmdCompare_Click() {
-    // A missing file ends the click without a word: the dialog stays. The IDX
-    // boxes count only for a type with an index.
+    // A missing file ends the click without a word: the dialog stays. An IDX
+    // box counts only for a type with an index, beside a MUL file that is no
+    // client container.
     if (!gFileIO.FileExist(Text(txtMUL1)) || !gFileIO.FileExist(Text(txtMUL2))) return;
-    const bool idx = SelectedHasIndex();
-    if (idx && (!gFileIO.FileExist(Text(txtIDX1)) || !gFileIO.FileExist(Text(txtIDX2)))) return;
+    if (SelectedHasIndex(txtMUL1) && !gFileIO.FileExist(Text(txtIDX1))) return;
+    if (SelectedHasIndex(txtMUL2) && !gFileIO.FileExist(Text(txtIDX2))) return;
     const int id = cboMULType->currentData().toInt();
     if (id < 0 || id >= kFileIDs) return;
 

@@ -50,7 +50,7 @@ public:
 protected:
 
 private:
-    bool SelectedHasIndex() const;
+    bool SelectedHasIndex(const QLineEdit* mul) const;  // an IDX file needed beside that MUL box's file
     void BrowseMUL(QLineEdit* box);
     void BrowseIDX(QLineEdit* box);
 };

@@ -114,6 +114,8 @@ frmImport::frmImport(QWidget* parent) : DialogForm(parent) {
     connect(cboMULType, &QComboBox::activated, this, [this] { cboMULType_Change(); });
     connect(cmdMUL, &QPushButton::clicked, this, [this] { cmdMUL_Click(); });
     connect(cmdIDX, &QPushButton::clicked, this, [this] { cmdIDX_Click(); });
+    // A client's container in the MUL box needs no index file.
+    connect(txtMUL, &QLineEdit::textChanged, this, [this] { cboMULType_Change(); });
     connect(cmdImport, &QPushButton::clicked, this, [this] { cmdImport_Click(); });
     connect(cmdCancel, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });
 
@@ -143,7 +145,7 @@ void frmImport::cboMULType_Change() {
     if (item >= kUOP) {
         fileIDs = true;
     } else if (item >= 0 && item < kFileIDs) {
-        idx = FileTypes[static_cast<size_t>(item)].ConstantIndex == 0;
+        idx = NeedsIndexFile(static_cast<uint8_t>(item), Text(txtMUL));
     }
     for (QWidget* control : {static_cast<QWidget*>(txtIDX), static_cast<QWidget*>(lblIDX),
                              static_cast<QWidget*>(cmdIDX)})
@@ -155,7 +157,7 @@ void frmImport::cboMULType_Change() {
 
 void frmImport::cmdMUL_Click() {
     QString title = "Import from mul file";
-    QString filter = "Mul file (*.mul) |*.mul";
+    QString filter = kMulOrContainerFilter;
     switch (cboMULType->currentIndex()) {
         case 0:
             title = "Patchfile";
@@ -188,8 +190,7 @@ void frmImport::cmdImport_Click() {
     if (!gFileIO.FileExist(mul)) return;
     if (item < kUOP) {
         if (item < 0 || item >= kFileIDs) return;
-        const FileTypeRec& type = FileTypes[static_cast<size_t>(item)];
-        if (type.ConstantIndex == 0 && !gFileIO.FileExist(Text(txtIDX))) return;
+        if (NeedsIndexFile(static_cast<uint8_t>(item), mul) && !gFileIO.FileExist(Text(txtIDX))) return;
     }
 
     // The limits are read before the dialog goes out of sight: a limit that

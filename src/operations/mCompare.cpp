@@ -127,9 +127,8 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
         CompareBuffers buffers;
         CountingPoint progress(last);
         CompareRange(*base, *altered, FileID, 0, last, buffers, progress);
-        const bool pair = type.ConstantIndex < 1;
-        WarnBeyondLast(*base, pair ? IDXFilename1 : MULFilename1, FileID, first, kNoLimit, lastBlock, kNotCompared);
-        WarnBeyondLast(*altered, pair ? IDXFilename2 : MULFilename2, FileID, first, kNoLimit, lastBlock, kNotCompared);
+        WarnBeyondLast(*base, SourceFileName(IDXFilename1, MULFilename1, FileID), FileID, first, kNoLimit, lastBlock, kNotCompared);
+        WarnBeyondLast(*altered, SourceFileName(IDXFilename2, MULFilename2, FileID), FileID, first, kNoLimit, lastBlock, kNotCompared);
         base->cClose();
         altered->cClose();
         RecountBlocks(FileID);

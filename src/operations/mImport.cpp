@@ -9,6 +9,7 @@
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/ReadNotes.h"
+#include "formats/cClientUOP.h"
 #include "formats/cMUL.h"
 #include "formats/cTiledata.h"
 #include "formats/mHues.h"
@@ -49,7 +50,17 @@ constexpr const char* kNotImported = "they were not imported";
 
 }  // namespace
 
+std::unique_ptr<cClientUOP> OpenContainer(const std::string& MULFilename, uint8_t FileID) {
+    auto container = std::make_unique<cClientUOP>();
+    const int32_t code = container->cOpen(MULFilename, FileID);
+    if (code != 0)
+        Fail(container->cError(code) + " " + MULFilename + (container->Why.empty() ? "" : " (" + container->Why + ")"));
+    return container;
+}
+
 std::unique_ptr<cTiledata> OpenTiledataSource(const std::string& MULFilename) {
+    // No container holds tile data: opening one as such says what it holds.
+    if (IsClientUOPFile(MULFilename)) OpenContainer(MULFilename, kTiledataFileID);
     auto tiles = std::make_unique<cTiledata>();
     const int32_t code = tiles->cOpen(MULFilename);
     if (code != 0) Fail(tiles->cError(code) + " " + MULFilename + (tiles->Why.empty() ? "" : " (" + tiles->Why + ")"));
@@ -58,6 +69,9 @@ std::unique_ptr<cTiledata> OpenTiledataSource(const std::string& MULFilename) {
 
 std::unique_ptr<BlockReader> OpenMULSource(const std::string& IDXFilename, const std::string& MULFilename,
                                            uint8_t FileID) {
+    // A client's container is told by its content, whatever its name; it
+    // needs no index file.
+    if (IsClientUOPFile(MULFilename)) return OpenContainer(MULFilename, FileID);
     if (FileID == kTiledataFileID) return OpenTiledataSource(MULFilename);
     const FileTypeRec& type = FileTypes[FileID];
     auto mul = std::make_unique<cMUL>();
@@ -68,6 +82,11 @@ std::unique_ptr<BlockReader> OpenMULSource(const std::string& IDXFilename, const
     if (code != 0)
         Fail(MULOpenFailure(*mul, code, type.ConstantIndex > 0 ? MULFilename : IDXFilename + " and " + MULFilename));
     return mul;
+}
+
+std::string SourceFileName(const std::string& IDXFilename, const std::string& MULFilename, uint8_t FileID) {
+    const bool pair = FileTypes[FileID].ConstantIndex < 1 && !IsClientUOPFile(MULFilename);
+    return pair ? IDXFilename : MULFilename;
 }
 
 int64_t WalkLast(const FileTypeRec& Type, int64_t Extent, int64_t LastBlock) {
@@ -108,7 +127,7 @@ bool LoadMUL(const std::string& MULFilename, const std::string& IDXFilename, uin
         const int64_t last = WalkLast(type, source->cExtent(), type.NbrOfBlocks);
         CountingPoint progress(last);
         if (ImportRange(*source, FileID, FromBlock, std::min<int64_t>(ToBlock, last), progress))
-            WarnBeyondLast(*source, type.ConstantIndex > 0 ? MULFilename : IDXFilename, FileID, FromBlock, ToBlock,
+            WarnBeyondLast(*source, SourceFileName(IDXFilename, MULFilename, FileID), FileID, FromBlock, ToBlock,
                            type.NbrOfBlocks, kNotImported);
         source->cClose();
         RecountBlocks(FileID);

@@ -72,14 +72,18 @@ bool SameBytes(const ByteArray& First, const ByteArray& Second);
 
 // ---- Shared by import and compare
 
-// Opens the client's file(s) of FileID for a walk: an IDX/MUL pair or a file
-// of constant-size blocks as the type's row says (the animation data file
-// holds whole groups only), the tile data file by its layout. A source that
+// Opens the client's file(s) of FileID for a walk: a client's UOP container
+// (told by its content; Map, Art, Sound and Gumps), else an IDX/MUL pair or a
+// file of constant-size blocks as the type's row says (the animation data
+// file holds whole groups only), the tile data file by its layout. A source that
 // cannot be opened is a Failure of cMUL's text, the file's name (both names
 // for a pair) and why.
 std::unique_ptr<BlockReader> OpenMULSource(const std::string& IDXFilename, const std::string& MULFilename,
                                            uint8_t FileID);
 std::unique_ptr<cTiledata> OpenTiledataSource(const std::string& MULFilename);
+// The file that a warning about a source names: the index file of a pair,
+// else the MUL file or the container.
+std::string SourceFileName(const std::string& IDXFilename, const std::string& MULFilename, uint8_t FileID);
 
 // The last block a walk over a source of Extent block numbers goes to: at
 // least the type's ClassicLast, so that a short index or file gives empty

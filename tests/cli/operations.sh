@@ -91,6 +91,21 @@ expect_err 2 "Animdata has no index file" "$cli" import --patch "$scratch/anim.m
 expect_status 0 "$cli" import --patch "$scratch/anim.muo" --type animdata --mul "$client/current/animdata.mul"
 expect_counts "$scratch/anim.muo" "Animdata (2048)"
 
+# The client's containers stand where a MUL file does, told by their content:
+# no --idx (a usage error beside one), both sides of a compare may differ in
+# kind, and a container of another type is refused with what it holds.
+expect_status 0 "$cli" import --patch "$scratch/uop.muo" --type sound --mul "$client/current/soundLegacyMUL.uop"
+expect_counts "$scratch/uop.muo" "Sound (4096)"
+expect_err 2 "is a client UOP container, which needs no index file" "$cli" import --patch "$scratch/uop.muo" \
+  --type art --mul "$client/current/artLegacyMUL.uop" --idx "$client/artidx.mul"
+expect_err 1 "It holds Gumps, not Art." "$cli" import --patch "$scratch/uop.muo" --type art \
+  --mul "$client/current/gumpartLegacyMUL.uop"
+expect_status 0 "$cli" compare --patch "$scratch/uopmap.muo" --type map --base-mul "$client/current/map0LegacyMUL.uop" \
+  --new-mul "$client/current/map0.mul"
+first=$("$cli" list --patch "$scratch/uopmap.muo" --type map | sed -n '2s/ .*//p')
+[ -n "$first" ] && ((16#$first >= 64 * 512)) ||
+  fail "the container's first 64 columns differ from the map file's (first block that differs: $first)"
+
 ## gump
 
 # A 3 by 1 BMP: red, black, black (its row is blue, green, red, padded to 12 bytes).

@@ -28,6 +28,7 @@
 #include "core/mPatch.h"
 #include "support/Services.h"
 #include "actions/mStart.h"
+#include "formats/ClientUOPWriter.h"
 #include "formats/cMUL.h"
 
 using namespace quillet;
@@ -247,6 +248,30 @@ private Q_SLOTS:
             CheckNothingHappened(dialog.get());
         }
         QCOMPARE(PatchBlocks[4].Count, 0);
+    }
+
+    // A client's container in the MUL box: the IDX box goes out of sight and is not needed, in the Import
+    // dialog and on each side of the Compare dialog; the container's blocks arrive.
+    void containerNeedsNoIndexFile() {
+        {
+            ClientUOPWriter art(P("artLegacyMUL.uop").toStdString());
+            art.Add("build/artlegacymul/00000002.tga", Bytes(5, 7), 1);
+            art.Finish();
+        }
+        auto dialog = Open<frmImport>();
+        dialog->cboMULType->setCurrentIndex(5);  // Art
+        QVERIFY(dialog->txtIDX->isVisible());
+        dialog->txtMUL->setText(P("artLegacyMUL.uop"));
+        QVERIFY(!dialog->txtIDX->isVisible());
+        dialog = RunImport(5, {P("artLegacyMUL.uop"), "", "0", "255", "0", "10"});
+        CheckRanAndClosed(dialog.get(), "Importing MUL data. Please wait");
+        QCOMPARE(PatchBlocks[4].Count, 11);  // blocks 0 to 10, block 2 with its 5 bytes
+        QCOMPARE(PatchBlocks[4].Blocks[2].Size, 5);
+
+        auto compare = Open<frmCompare>();
+        compare->cboMULType->setCurrentIndex(2);  // Art
+        compare->txtMUL1->setText(P("artLegacyMUL.uop"));
+        QVERIFY(!compare->txtIDX1->isVisible() && compare->txtIDX2->isVisible());
     }
 
     // The boxes as a user may type them go into the request: 2.5 reads as 2, 3.5 and 4.5 as 4 (to even),
@@ -534,7 +559,7 @@ private Q_SLOTS:
             QCOMPARE(box->text(), taken ? answer : before);
             QCOMPARE(asked, "0|" + want + "|" + dir);
         };
-        const QString mul = "Import from mul file|Mul file (*.mul)";
+        const QString mul = "Import from mul file|Mul file (*.mul);;UOP container (*.uop)";
         const QString idx = "Open MUL index|MUL index (*.idx);;MUL index (*.mul)";
         QVERIFY(WriteAll(P("there.idx"), QByteArray(12, '\0')) && SmallPicture(P("there.bmp")));
         auto import = Open<frmImport>();
