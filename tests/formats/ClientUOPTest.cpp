@@ -337,7 +337,7 @@ TEST_F(ClientUOPTest, TheNamesTellTheKindAndAnotherKindIsRefused) {
         {late, 8, "", "It holds no Sound: none of its 1 entries has a name that Sound entries have."},
         {empty, 4, "", ""},
         {v5, 8, "Sound", ""},
-        {art, 2, "", "A client UOP container holds the blocks of Art, Gumps, Map or Sound, not of FileID 2."},
+        {art, 2, "", "A client UOP container holds the blocks of Art, Gumps, Map or Sound, not of Statics."},
         {patch, 4, "", "It is not a client UOP container: it does not begin with \"MYP\" and a 0 byte."},
         {Path("missing.uop"), 4, "", "No such file or directory."},
         {dir, 4, "", "It is a directory."},
