@@ -237,11 +237,16 @@ void GenerateContainers() {
     sample::detail::WriteCurrentContainers(options, sample::ArtOptions{}, sample::GumpOptions{});
     fs::remove(In("current/gumpartLegacyMUL.uop"));
     ClientUOPWriter gumps(In("current/gumpartLegacyMUL.uop"));
+    // Every gump of gumpart.mul, and a small one under every other number:
+    // 65536 entries, as many as the client's container names.
     const sample::GumpOptions all;
     for (int32_t n = 0; n < all.records; ++n) {
         sample::IdxRecord record;
         sample::GumpRecord(all, n, record);
-        if (record.kind != sample::IdxRecord::Kind::Data) continue;
+        if (record.kind != sample::IdxRecord::Kind::Data) {
+            record.bytes = sample::MakeGumpBlock(8, 8, static_cast<uint32_t>(n));
+            record.extra = sample::GumpExtra(8, 8);
+        }
         ByteArray entry;
         LeWriter w(entry);
         w.I32(static_cast<int32_t>(static_cast<uint32_t>(record.extra) >> 16));
@@ -252,27 +257,6 @@ void GenerateContainers() {
         gumps.Add(name, entry, 3);
     }
     gumps.Finish();
-}
-
-// A container's blocks First..Last as an import walks them: the head, then
-// the bytes through a fixed buffer. Answers the blocks with bytes, or -1.
-int64_t WalkContainer(const std::string& path, uint8_t FileID, int32_t First, int32_t Last) {
-    cClientUOP uop;
-    if (uop.cOpen(path, FileID) != 0) return -1;
-    std::vector<uint8_t> buffer(1 << 16);
-    int64_t withBytes = 0;
-    try {
-        for (int32_t block = First; block <= Last; ++block) {
-            int32_t extra = 0;
-            int32_t left = uop.cLoadHead(block, extra);
-            if (left > 0) ++withBytes;
-            for (; left > 0; left -= static_cast<int32_t>(buffer.size()))
-                uop.cData().Read(buffer.data(), std::min<size_t>(buffer.size(), static_cast<size_t>(left)));
-        }
-    } catch (...) {
-        return -1;
-    }
-    return uop.cClose() == 0 ? withBytes : -1;
 }
 
 void Generate() {
@@ -534,12 +518,9 @@ int main(int argc, char** argv) {
          nullptr},
         {"4c DrawMap 896 wide",
          [&] {
-             // The 768 columns of the sample map and 128 more of its first blocks, under the block
-             // ranges of a current map: the page every block of 896 x 512 covers.
+             // The 768 columns of the sample map and 128 more of its first blocks: the page every
+             // block of 896 x 512 covers.
              MakeWideMap(In("map0-wide.mul"));
-             RegisterMUL(0, "Map", sample::kMapBlockSize, kWideMapLastBlock, 10, PageRef::Map(), 0);
-             RegisterMUL(2, "Statics", 0, kWideMapLastBlock, 11, PageRef::Statics(), 0);
-             CreatePatchStructures();
              LoadMUL(In("map0-wide.mul"), "", 0, 0, kWideMapLastBlock);
          },
          [&] {
@@ -610,17 +591,29 @@ int main(int argc, char** argv) {
              return location.isUO2D && location.UO2DPath == In("prefix/drive_c/Program Files/Ultima Online/");
          },
          [&] { ReadFile(In("prefix/system.reg")); }},
-        // A current client's containers, walked as an import walks them;
-        // every entry of the map and the gumps decoded once.
-        {"10a container map 896x512", nullptr,
-         [&] { return WalkContainer(In("current/map0LegacyMUL.uop"), 0, 0, 458751) == 458752; },
-         [&] { ReadFile(In("current/map0LegacyMUL.uop")); }},
-        {"10b container art 0x13FDC", nullptr,
-         [&] { return WalkContainer(In("current/artLegacyMUL.uop"), 4, 0, 0x13FDB) > 0; },
-         [&] { ReadFile(In("current/artLegacyMUL.uop")); }},
-        {"10c container gumps, flag 3", nullptr,
-         [&] { return WalkContainer(In("current/gumpartLegacyMUL.uop"), kGumpsFileID, 0, 65535) > 0; },
-         [&] { ReadFile(In("current/gumpartLegacyMUL.uop")); }},
+        // A current client's containers imported as the MUL cases are: the
+        // map saved too, each against copies of the container's bytes.
+        {"10a LoadMUL container map 896x512 + SaveMUO", nullptr,
+         [&] {
+             LoadMUL(In("current/map0LegacyMUL.uop"), "", 0, 0, kWideMapLastBlock);
+             return PatchBlocks[0].Count == kWideMapLastBlock + 1 && SaveMUO(In("map0-uop.muo"));
+         },
+         [&] {
+             CopyFile(In("current/map0LegacyMUL.uop"), In("copy1.bin"));
+             CopyFile(In("copy1.bin"), In("copy2.bin"), Sync::Yes);
+         }},
+        {"10b LoadMUL container art 81884", nullptr,
+         [&] {
+             LoadMUL(In("current/artLegacyMUL.uop"), "", 4, 0, 0x13FDB);
+             return PatchBlocks[4].Count == 0x13FDC;
+         },
+         [&] { CopyFile(In("current/artLegacyMUL.uop"), In("copy1.bin")); }},
+        {"10c LoadMUL container gumps 65536, flag 3", nullptr,
+         [&] {
+             LoadMUL(In("current/gumpartLegacyMUL.uop"), "", kGumpsFileID, 0, 65535);
+             return PatchBlocks[kGumpsFileID].Count == 65536;
+         },
+         [&] { CopyFile(In("current/gumpartLegacyMUL.uop"), In("copy1.bin")); }},
     };
 
 #ifdef QUILLET_BENCH_GUI
