@@ -28,8 +28,11 @@ public:
 
 void InflateExactly(ByteSource& from, int64_t storedSize, uint8_t* out, size_t size) {
     if (size > std::numeric_limits<uInt>::max()) Fail("an entry of " + std::to_string(size) + " bytes is too long");
-    Inflater inflater;
+    // One inflater a thread, reset for each stream: a container's entries
+    // are many and small, and zlib's state and window are set up only once.
+    thread_local Inflater inflater;
     z_stream& zs = inflater.stream;
+    if (inflateReset(&zs) != Z_OK) Fail("zlib could not start inflating");
     zs.next_out = out;
     zs.avail_out = static_cast<uInt>(size);
     uint8_t piece[kInputPiece];

@@ -91,6 +91,35 @@ struct Name {
     int32_t number;  // -1: housing.bin
 };
 
+// The names looked up, by hash: an open-addressed table twice their number
+// or more, indexed by the hash's low bits (the hash is uniform), so that it
+// is made in one pass and an entry is found in about one probe.
+class NameTable {
+public:
+    explicit NameTable(const std::vector<Name>& names) {
+        size_t size = 1;
+        while (size < 2 * names.size()) size *= 2;
+        slots_.assign(size, Name{0, Kind::None, false, 0});
+        mask_ = size - 1;
+        for (const Name& name : names) {
+            size_t at = static_cast<size_t>(name.hash) & mask_;
+            while (slots_[at].kind != Kind::None && slots_[at].hash != name.hash) at = (at + 1) & mask_;
+            if (slots_[at].kind == Kind::None) slots_[at] = name;  // of two names of one hash the first
+        }
+    }
+    // The name of that hash, or nullptr.
+    const Name* Find(uint64_t hash) const {
+        for (size_t at = static_cast<size_t>(hash) & mask_;; at = (at + 1) & mask_) {
+            if (slots_[at].kind == Kind::None) return nullptr;
+            if (slots_[at].hash == hash) return &slots_[at];
+        }
+    }
+
+private:
+    std::vector<Name> slots_;
+    size_t mask_ = 0;
+};
+
 // Adds the names of entries first..last of a kind: the digits written in
 // place, which costs far less than formatting each name.
 void AddNames(std::vector<Name>& names, Kind kind, bool sevenDigits, int32_t first, int32_t last) {
@@ -104,9 +133,9 @@ void AddNames(std::vector<Name>& names, Kind kind, bool sevenDigits, int32_t fir
     }
 }
 
-// The names looked up, sorted by hash: entries 0..127 of every kind, and the
-// later entries of the wanted kind (of every facet for a map).
-std::vector<Name> MakeNames(Kind wanted) {
+// The names looked up: entries 0..127 of every kind, and the later entries
+// of the wanted kind (of every facet for a map).
+NameTable MakeNames(Kind wanted) {
     std::vector<Name> names;
     const auto add = [&](Kind kind, int32_t first, int32_t last) {
         AddNames(names, kind, false, first, last);
@@ -119,19 +148,18 @@ std::vector<Name> MakeNames(Kind wanted) {
     } else if (wanted != Kind::None) {
         add(wanted, kTellingEntries, cClientUOP::kMaxNumberedEntry);
     }
-    std::sort(names.begin(), names.end(), [](const Name& a, const Name& b) { return a.hash < b.hash; });
-    return names;
+    return NameTable(names);
 }
 
-// Made once per kind and kept (2 MB for 131072 names, 4 MB for the gumps'
+// Made once per kind and kept (4 MB for 131072 names, 8 MB for the gumps'
 // two forms): an open then costs only its walk.
-const std::vector<Name>& NamesFor(Kind wanted) {
+const NameTable& NamesFor(Kind wanted) {
     static std::mutex lock;
-    static std::array<std::unique_ptr<const std::vector<Name>>, cClientUOP::kKinds> made;
+    static std::array<std::unique_ptr<const NameTable>, cClientUOP::kKinds> made;
     const Kind key = IsMap(wanted) ? Kind::Map0 : wanted;
     const std::lock_guard<std::mutex> hold(lock);
     auto& names = made[static_cast<size_t>(key)];
-    if (!names) names = std::make_unique<const std::vector<Name>>(MakeNames(key));
+    if (!names) names = std::make_unique<const NameTable>(MakeNames(key));
     return *names;
 }
 
@@ -153,7 +181,7 @@ void Keep(std::vector<Entry>& entries, int32_t number, const Entry& entry) {
     if (!slot.Present() || (slot.sevenDigits && !entry.sevenDigits)) slot = entry;
 }
 
-void ScanEntry(const uint8_t* raw, int64_t fileSize, const std::vector<Name>& names, Kind wanted, Scan& scan,
+void ScanEntry(const uint8_t* raw, int64_t fileSize, const NameTable& names, Kind wanted, Scan& scan,
                int64_t table, int64_t slot) {
     const auto offset = static_cast<int64_t>(LoadU64(raw));
     const int32_t header = LoadI32(raw + 8);
@@ -163,15 +191,15 @@ void ScanEntry(const uint8_t* raw, int64_t fileSize, const std::vector<Name>& na
     // raw + 28: the checksum, never looked at
     const int16_t flag = LoadI16(raw + 32);
     if (offset == 0) return;  // an unused slot
-    const std::string which = "entry " + std::to_string(slot) + " of the table at " + At(table);
-    if (offset < 0 || header < 0 || stored < 0 || inflated < 0) Damaged(which + " has a negative offset or size");
+    // The entry's words only for a message: no text is made per entry.
+    const auto which = [&] { return "entry " + std::to_string(slot) + " of the table at " + At(table); };
+    if (offset < 0 || header < 0 || stored < 0 || inflated < 0) Damaged(which() + " has a negative offset or size");
     if (offset > fileSize || header > fileSize - offset || stored > fileSize - offset - header)
-        Damaged(which + " has its data (" + std::to_string(stored) + " bytes at " + At(offset) + " + " +
+        Damaged(which() + " has its data (" + std::to_string(stored) + " bytes at " + At(offset) + " + " +
                 std::to_string(header) + ") outside the file");
     ++scan.used;
-    const auto found =
-        std::lower_bound(names.begin(), names.end(), hash, [](const Name& name, uint64_t h) { return name.hash < h; });
-    if (found == names.end() || found->hash != hash) return;  // an entry of something else
+    const Name* found = names.Find(hash);
+    if (found == nullptr) return;  // an entry of something else
     if (found->number < kTellingEntries) ++scan.telling[static_cast<size_t>(found->kind)];
     if (found->number < 0 || !Fits(found->kind, wanted)) return;
     std::vector<Entry>& entries = scan.entries[static_cast<size_t>(found->kind)];
@@ -204,7 +232,7 @@ Scan WalkTables(const BinaryFile& file, ReadWindow& window, Kind wanted) {
     const auto capacity = static_cast<int64_t>(static_cast<uint32_t>(LoadI32(header + 20)));
     const uint64_t first = LoadU64(header + 12);
 
-    const std::vector<Name>& names = NamesFor(wanted);
+    const NameTable& names = NamesFor(wanted);
     Scan scan;
     std::vector<uint8_t> slots;
     uint64_t table = first;
