@@ -33,6 +33,8 @@ void InflateExactly(ByteSource& from, int64_t storedSize, uint8_t* out, size_t s
     thread_local Inflater inflater;
     z_stream& zs = inflater.stream;
     if (inflateReset(&zs) != Z_OK) Fail("zlib could not start inflating");
+    zs.next_in = nullptr;  // what an earlier stream left unread is not this one's
+    zs.avail_in = 0;
     zs.next_out = out;
     zs.avail_out = static_cast<uInt>(size);
     uint8_t piece[kInputPiece];
