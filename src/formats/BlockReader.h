@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "base/BinaryFile.h"
+#include "base/BlockLimit.h"
 #include "base/ByteIO.h"
 
 namespace quillet {
@@ -22,8 +23,16 @@ public:
     virtual ~BlockReader() = default;
     // Gives the block's Extra, and for a Size above 0 its bytes in `bytes`
     // (resized to Size); answers Size. For Size 0 or below `bytes` is left as
-    // it was.
-    virtual int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) = 0;
+    // it was. A Size too large to hold in memory is a Failure.
+    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
+        const int32_t size = cLoadHead(IndexNumber, Extra);
+        if (size > 0) {
+            CheckBlockFitsInMemory(size);
+            bytes.resize(static_cast<size_t>(size));
+            cData().Read(bytes.data(), bytes.size());
+        }
+        return size;
+    }
     // cLoad without the bytes; cData then gives exactly Size of them.
     virtual int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) = 0;
     virtual ByteSource& cData() = 0;

@@ -481,16 +481,6 @@ int32_t cClientUOP::cLoadHead(int32_t IndexNumber, int32_t& Extra) {
     }
 }
 
-int32_t cClientUOP::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
-    const int32_t size = cLoadHead(IndexNumber, Extra);
-    if (size > 0) {
-        CheckBlockFitsInMemory(size);
-        bytes.resize(static_cast<size_t>(size));
-        data_.Read(bytes.data(), bytes.size());
-    }
-    return size;
-}
-
 ByteSource& cClientUOP::cDataAgain() {
     data_.Restart();
     return data_;

@@ -53,13 +53,12 @@ public:
     int32_t cOpen(const std::string& path, uint8_t FileID);
     // Answers 0 (closing what is not open is no failure), or 505.
     int32_t cClose() override;
-    // As cMUL::cLoad: Extra and, for a Size above 0, the bytes (bytes
+    // cLoad (of BlockReader), as cMUL's: Extra and, for a Size above 0, the bytes (bytes
     // resized to Size); answers Size, -1 for an absent block (Extra -1
     // then). Throws a Failure that names the block for an entry that does
     // not decode (damaged zlib or stages, a size that lies, an unknown flag,
     // a gump entry shorter than its width and height) or is too large to
     // hold.
-    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) override;
     // cLoad without the bytes; they are then cData's to give, exactly Size
     // of them, a piece at a time. A compressed entry is decoded here.
     int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) override;

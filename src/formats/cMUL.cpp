@@ -166,16 +166,6 @@ int32_t cMUL::cLoadHead(int32_t IndexNumber, int32_t& Extra) {
     return record.Size;
 }
 
-int32_t cMUL::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
-    const int32_t size = cLoadHead(IndexNumber, Extra);
-    if (size > 0) {
-        CheckBlockFitsInMemory(size);
-        bytes.resize(static_cast<size_t>(size));
-        data_.Read(bytes.data(), bytes.size());
-    }
-    return size;
-}
-
 ByteSource& cMUL::cDataAgain() {
     const bool noted = data_.Noted();  // the first reading may have stopped before the end
     mulSource_.Seek(lastPosition_);

@@ -35,7 +35,7 @@ public:
     int32_t cClose() override;
     // BlockTotal while a file is open, else 0.
     int32_t cCount() const;
-    // Gives the block's Extra, and for a Size above 0 its bytes in `bytes`
+    // cLoad (of BlockReader) gives the block's Extra, and for a Size above 0 its bytes in `bytes`
     // (resized to Size); answers Size. For Size 0 or below `bytes` is left as
     // it was. Reads past the end of either file give zeros: an IndexNumber
     // beyond the IDX file is the zeroed record, and a block (or an index
@@ -44,7 +44,6 @@ public:
     // Throws a Failure (for the caller's failure path) for an IndexNumber
     // whose position overflows or is negative, a block at a negative
     // Position, and a Size too large to hold in memory (base/BlockLimit.h).
-    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) override;
     // cLoad without the bytes; they are then cData's to give, exactly Size
     // of them (none for a Size of 0 or below), a piece at a time.
     int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) override;

@@ -59,11 +59,6 @@ int32_t cTiledata::InSection(int32_t IndexNumber) {
     return section == 0 ? IndexNumber : IndexNumber - kTiledataLandGroups;
 }
 
-int32_t cTiledata::cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) {
-    const int32_t index = InSection(IndexNumber);
-    return mul_.cLoad(index, Extra, bytes);
-}
-
 int32_t cTiledata::cLoadHead(int32_t IndexNumber, int32_t& Extra) {
     const int32_t index = InSection(IndexNumber);
     return mul_.cLoadHead(index, Extra);

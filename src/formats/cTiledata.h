@@ -50,7 +50,6 @@ public:
 
     // Block IndexNumber as the layout places it; a number below 0 is a
     // position before the file, a Failure.
-    int32_t cLoad(int32_t IndexNumber, int32_t& Extra, ByteArray& bytes) override;
     int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) override;
     ByteSource& cData() override { return mul_.cData(); }
     ByteSource& cDataAgain() override { return mul_.cDataAgain(); }
