@@ -26,6 +26,9 @@ inline int16_t LoadI16(const uint8_t* p) {
     return static_cast<int16_t>(static_cast<uint16_t>(p[0] | p[1] << 8));
 }
 inline uint16_t LoadU16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
+inline uint64_t LoadU64(const uint8_t* p) {
+    return uint64_t{static_cast<uint32_t>(LoadI32(p))} | uint64_t{static_cast<uint32_t>(LoadI32(p + 4))} << 32;
+}
 
 inline void StoreI32(uint8_t* p, int32_t value) {
     const auto v = static_cast<uint32_t>(value);
@@ -33,6 +36,10 @@ inline void StoreI32(uint8_t* p, int32_t value) {
     p[1] = static_cast<uint8_t>(v >> 8);
     p[2] = static_cast<uint8_t>(v >> 16);
     p[3] = static_cast<uint8_t>(v >> 24);
+}
+inline void StoreU64(uint8_t* p, uint64_t value) {
+    StoreI32(p, static_cast<int32_t>(static_cast<uint32_t>(value)));
+    StoreI32(p + 4, static_cast<int32_t>(static_cast<uint32_t>(value >> 32)));
 }
 inline void StoreI16(uint8_t* p, int16_t value) {
     const auto v = static_cast<uint16_t>(value);

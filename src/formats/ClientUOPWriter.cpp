@@ -6,23 +6,19 @@
 #include "base/Checked.h"
 #include "base/FilePaths.h"
 #include "formats/EntryStages.h"
+#include "formats/cClientUOP.h"
 #include "formats/UOPHash.h"
 #include "formats/ZlibStream.h"
 
 namespace quillet {
 namespace {
 
-constexpr int64_t kHeaderSize = 40;
-constexpr int64_t kTableHead = 12;
-constexpr size_t kEntrySize = 34;
+constexpr int64_t kHeaderSize = cClientUOP::kFileHeaderSize;
+constexpr int64_t kTableHead = cClientUOP::kTableHeadSize;
+constexpr auto kEntrySize = static_cast<size_t>(cClientUOP::kEntryRecordSize);
 constexpr uint32_t kVersion = 4;
 constexpr uint32_t kSignature = 0xFD23EC43;
 constexpr size_t kEntryHeaderSize = 12;
-
-void StoreU64(uint8_t* p, uint64_t value) {
-    StoreI32(p, static_cast<int32_t>(static_cast<uint32_t>(value)));
-    StoreI32(p + 4, static_cast<int32_t>(static_cast<uint32_t>(value >> 32)));
-}
 
 BinaryFile CreateNew(const std::string& path) {
     BinaryFile file;

@@ -22,18 +22,14 @@ namespace {
 using Kind = cClientUOP::Kind;
 using Entry = cClientUOP::Entry;
 
-constexpr int64_t kHeaderSize = 40;
-constexpr int64_t kTableHead = 12;  // slots in use, next table
-constexpr int64_t kEntrySize = 34;
+constexpr int64_t kHeaderSize = cClientUOP::kFileHeaderSize;
+constexpr int64_t kTableHead = cClientUOP::kTableHeadSize;
+constexpr int64_t kEntrySize = cClientUOP::kEntryRecordSize;
 constexpr int32_t kTellingEntries = 128;  // entries 0..127 tell what a container holds
 constexpr int kFacets = 6;
 // Blocks of the facets' maps: 0 and 1 in their Mondain's Legacy size.
 constexpr std::array<int64_t, kFacets> kFacetBlocks{458752, 458752, 57600, 81920, 32761, 81920};
 constexpr int32_t kGumpHead = 8;  // u32 width, u32 height
-
-uint64_t LoadU64(const uint8_t* p) {
-    return uint64_t{static_cast<uint32_t>(LoadI32(p))} | uint64_t{static_cast<uint32_t>(LoadI32(p + 4))} << 32;
-}
 
 bool IsMap(Kind kind) { return kind >= Kind::Map0 && kind <= Kind::Map5; }
 int FacetOf(Kind kind) { return static_cast<int>(kind) - static_cast<int>(Kind::Map0); }

@@ -53,22 +53,16 @@ public:
     int32_t cOpen(const std::string& path, uint8_t FileID);
     // Answers 0 (closing what is not open is no failure), or 505.
     int32_t cClose() override;
-    // cLoad (of BlockReader), as cMUL's: Extra and, for a Size above 0, the bytes (bytes
-    // resized to Size); answers Size, -1 for an absent block (Extra -1
-    // then). Throws a Failure that names the block for an entry that does
-    // not decode (damaged zlib or stages, a size that lies, an unknown flag,
-    // a gump entry shorter than its width and height) or is too large to
-    // hold.
-    // cLoad without the bytes; they are then cData's to give, exactly Size
-    // of them, a piece at a time. A compressed entry is decoded here.
+    // The walk of BlockReader. A block answers Size -1 and Extra -1 when no
+    // entry holds it. A compressed entry is decoded by cLoadHead, which
+    // throws a Failure naming the block for an entry that does not decode
+    // (damaged zlib or stages, a size that lies, an unknown flag, a gump
+    // entry shorter than its width and height) or is too large to hold.
     int32_t cLoadHead(int32_t IndexNumber, int32_t& Extra) override;
     ByteSource& cData() override { return data_; }
-    // The bytes of the block last read by cLoadHead once more, from their start.
     ByteSource& cDataAgain() override;
-    // The bytes of the block last read by cLoadHead, held whole, without a
-    // copy where the read window or the decoded entry holds them (else in
-    // spare). Valid until the next call on this object or a change of
-    // spare; nullptr for a Size of 0 or below.
+    // Without a copy where the read window or the decoded entry holds the
+    // bytes; nullptr for a Size of 0 or below.
     const uint8_t* cView(ByteArray& spare) override;
     // How many blocks with a Size above 0 lie among numbers First..Last:
     // the blocks of the entries present (a gump entry counts as present
@@ -93,6 +87,11 @@ public:
     // beyond a type's current last block are still found (and reported by
     // cBlocksIn), up to these.
     static constexpr int32_t kMaxNumberedEntry = 0x1FFFF;
+    // The container's layout: the file header, a table's head (slots in use,
+    // next table) and an entry record, in bytes.
+    static constexpr int64_t kFileHeaderSize = 40;
+    static constexpr int64_t kTableHeadSize = 12;
+    static constexpr int64_t kEntryRecordSize = 34;
     static constexpr int32_t kMaxMapEntry = 255;
     static constexpr int32_t kMapEntryBlocks = 4096;
     static constexpr int32_t kMapBlockSize = 196;
