@@ -13,8 +13,9 @@ namespace quillet {
 
 inline constexpr uint8_t kGumpsFileID = 12;
 
-// What the conversion needs of a picture, whatever loaded it: its size in
-// pixels and the red, green and blue of a pixel (0..255 each). The front ends
+// What the conversions need of a picture, whatever loaded it: its size in
+// pixels and the red, green, blue and alpha of a pixel (0..255 each; alpha 0
+// is transparent, and the colour of such a pixel is what the file holds). The front ends
 // adapt their own picture class to it, so that the library reads no picture
 // format itself.
 class PixelSource {
@@ -23,6 +24,7 @@ public:
         uint8_t Red = 0;
         uint8_t Green = 0;
         uint8_t Blue = 0;
+        uint8_t Alpha = 255;
     };
 
     virtual ~PixelSource() = default;
@@ -35,7 +37,7 @@ public:
 // Converts the picture into Gumps block Block: Size, Extra and the block's
 // bytes go into the slot, whatever stood there, and Gumps is recounted;
 // answers true.
-// Colours by ColorTo555; there is no transparent colour. A Block outside the
+// Colours by ColorTo555; there is no transparent colour: alpha is not read. A Block outside the
 // Gumps slots (0..65535), a Width or Height above 32767 (the halves of Extra)
 // or below 1, or a block whose row table cannot hold its row starts, is a
 // failure, logged as "mGumps.Gump_LoadBMP", that answers false: the slot and

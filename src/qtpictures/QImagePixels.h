@@ -8,9 +8,10 @@ namespace quillet {
 
 class QImagePixels : public PixelSource {
 public:
-    // The picture is turned into 32-bit RGB once, so that each pixel is a
-    // plain read of its row; a transparent pixel counts by its colour, since
-    // the gump conversion has no transparent colour.
+    // The picture is turned into 32-bit ARGB (not premultiplied) once, so
+    // that each pixel is a plain read of its row and a transparent pixel
+    // keeps the colour the file gives it: the gump conversion, which has no
+    // transparent colour, codes that colour.
     explicit QImagePixels(const QImage& picture);
 
     int32_t Width() const override;

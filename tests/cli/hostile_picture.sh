@@ -51,7 +51,7 @@ for picture in "$p"/*; do
   run_measured "$cli" gump --patch "$patch" --picture "$picture" --index 1
   [ "$status" -eq 1 ] || fail "gump of $name: exit status $status, expected 1 ($err)"
   case $err in
-    *"error: $picture: not a BMP, JPG or GIF picture"* | *"error: $picture: the "*" picture cannot be read"*) ;;
+    *"error: $picture: not a BMP, JPG, GIF or PNG picture"* | *"error: $picture: the "*" picture cannot be read"*) ;;
     *) fail "gump of $name: $err" ;;
   esac
   if [ -n "$kib" ] && [ "$kib" -gt 200000 ]; then fail "gump of $name took $kib KiB"; fi

@@ -126,7 +126,7 @@ cp "$scratch/gump.muo" "$scratch/gump.before"
 printf 'plain text\n' >"$scratch/text.bmp"
 head -c 30 "$scratch/red.bmp" >"$scratch/cut.bmp"
 expect_status 1 "$cli" gump --patch "$scratch/gump.muo" --picture "$scratch/text.bmp" --index 1
-expect_same "error: $scratch/text.bmp: not a BMP, JPG or GIF picture" "$err" "a file that is not a picture"
+expect_same "error: $scratch/text.bmp: not a BMP, JPG, GIF or PNG picture" "$err" "a file that is not a picture"
 expect_status 1 "$cli" gump --patch "$scratch/gump.muo" --picture "$scratch/cut.bmp" --index 1
 case $err in "error: $scratch/cut.bmp: the BMP picture cannot be read"*) ;; *) fail "a cut BMP: $err" ;; esac
 expect_status 1 "$cli" gump --patch "$scratch/gump.muo" --picture "$scratch/none.bmp" --index 1
