@@ -62,7 +62,7 @@ bool SameBlocks(BlockReader& base, BlockReader& altered, int32_t Size, CompareBu
 // are equal only with the same size: -1 against 0 differs. A block that
 // differs is read again from the altered side, into the DataFile.
 void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64_t First, int64_t Last,
-                  CompareBuffers& buffers, CountingPoint& progress) {
+                  CompareBuffers& buffers, CountingPoint& progress, CompareCounts& counts) {
     for (int64_t block = First; block <= Last; ++block) {
         const int32_t number = ToLong(block);
         int32_t extra1 = 0;
@@ -82,7 +82,9 @@ void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64
             } else {
                 StoreBlockFrom(FileID, number, size2, extra2, altered.cDataAgain());
             }
+            ++counts.Stored;
         }
+        ++counts.Compared;
         progress.Tick(number);
     }
 }
@@ -99,9 +101,17 @@ bool SameBytes(const ByteArray& First, const ByteArray& Second) {
 }
 
 bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
-                const std::string& IDXFilename2, uint8_t FileID) {
+                const std::string& IDXFilename2, uint8_t FileID, CompareCounts* Counts) {
+    CompareCounts counts;
+    // The counts reach the caller however the walk ends.
+    const auto report = [&] {
+        if (Counts != nullptr) *Counts = counts;
+    };
     try {
-        if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) return true;
+        if (!gFileIO.FileExist(MULFilename1) || !gFileIO.FileExist(MULFilename2)) {
+            report();
+            return true;
+        }
         const FileTypeRec& type = FileTypes[FileID];
         // Each side warns of its files when it goes: the base side first.
         std::unique_ptr<BlockReader> altered;
@@ -126,14 +136,16 @@ bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1
         const int64_t last = WalkLast(type, std::max(base->cExtent(), altered->cExtent()), lastBlock);
         CompareBuffers buffers;
         CountingPoint progress(last);
-        CompareRange(*base, *altered, FileID, 0, last, buffers, progress);
+        CompareRange(*base, *altered, FileID, 0, last, buffers, progress, counts);
         WarnBeyondLast(*base, SourceFileName(IDXFilename1, MULFilename1, FileID), FileID, first, kNoLimit, lastBlock, kNotCompared);
         WarnBeyondLast(*altered, SourceFileName(IDXFilename2, MULFilename2, FileID), FileID, first, kNoLimit, lastBlock, kNotCompared);
         base->cClose();
         altered->cClose();
         RecountBlocks(FileID);
+        report();
         return true;
     } catch (...) {
+        report();
         RecountBlocks(FileID);  // what was stored before the stop stays, and the count says so
         gError.Log("mMuls.CompareMUL");
         return false;

@@ -61,9 +61,14 @@ bool LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToB
 // converted. The walk goes as far as the larger side asks (WalkLast). Two
 // tile data files of different layouts are not compared: a failure, before
 // any block. A missing MUL file on either side ends the call at once,
-// answering true.
+// answering true. Counts, when given, gets how many blocks were walked and
+// how many of them differed and went into the patch.
+struct CompareCounts {
+    int64_t Compared = 0;
+    int64_t Stored = 0;
+};
 bool CompareMUL(const std::string& MULFilename1, const std::string& IDXFilename1, const std::string& MULFilename2,
-                const std::string& IDXFilename2, uint8_t FileID);
+                const std::string& IDXFilename2, uint8_t FileID, CompareCounts* Counts = nullptr);
 
 // True if every element of First equals the element of Second at the same
 // index; an empty First is equal to anything. A Second shorter than First is
