@@ -11,6 +11,7 @@
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/BlockReader.h"
+#include "formats/cClientUOP.h"
 #include "formats/cTiledata.h"
 #include "operations/mImport.h"
 #include "support/Services.h"
@@ -63,6 +64,11 @@ bool SameBlocks(BlockReader& base, BlockReader& altered, int32_t Size, CompareBu
 // differs is read again from the altered side, into the DataFile.
 void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64_t First, int64_t Last,
                   CompareBuffers& buffers, CountingPoint& progress, CompareCounts& counts) {
+    // A container knows a block only as there or not (Size -1), while an
+    // index tells its empty records apart (-1, 0, and 0 past the index's
+    // end): between the two kinds, blocks without bytes on both sides are
+    // the same absence.
+    const bool oneContainer = (dynamic_cast<cClientUOP*>(&base) != nullptr) != (dynamic_cast<cClientUOP*>(&altered) != nullptr);
     for (int64_t block = First; block <= Last; ++block) {
         const int32_t number = ToLong(block);
         int32_t extra1 = 0;
@@ -71,7 +77,9 @@ void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64
         const int32_t size2 = altered.cLoadHead(number, extra2);
         // An equal block leaves its slot alone, whatever the patch holds there;
         // the extra words take no part in the decision.
-        const bool differs = size1 != size2 || (size1 > 0 && !SameBlocks(base, altered, size1, buffers));
+        const bool bothEmpty = size1 < 1 && size2 < 1;
+        const bool differs = (size1 != size2 && !(oneContainer && bothEmpty)) ||
+                             (size1 == size2 && size1 > 0 && !SameBlocks(base, altered, size1, buffers));
         if (differs) {
             if (size2 < 1) {
                 StoreBlock(FileID, number, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...

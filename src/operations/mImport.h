@@ -58,7 +58,9 @@ bool LoadTiledata(const std::string& MULFilename, int32_t FromBlock, int32_t ToB
 // only when both sizes are equal and above 0; extra words are not compared.
 // An altered block of Size below 1 is stored present and empty with its Size
 // as it came. Hues groups are compared as 708-byte source groups and stored
-// converted. The walk goes as far as the larger side asks (WalkLast). Two
+// converted. Between a client's container and an index pair, blocks without
+// bytes on both sides are equal, whatever their Sizes: the container has no
+// kinds of empty. The walk goes as far as the larger side asks (WalkLast). Two
 // tile data files of different layouts are not compared: a failure, before
 // any block. A missing MUL file on either side ends the call at once,
 // answering true. Counts, when given, gets how many blocks were walked and
