@@ -8,11 +8,17 @@
 namespace quillet {
 namespace {
 
+// "art.mul is missing", "staidx0.mul and statics0.mul are missing"
+std::string IsMissing(const ClientTypeFiles& files) {
+    const bool several = files.Missing.find(" and ") != std::string::npos;
+    return files.Missing + (several ? " are missing" : " is missing");
+}
+
 std::string SkippedLine(const ClientTypeFiles& base, const ClientTypeFiles& altered) {
     const std::string& name = FileTypes[base.FileID].Name;
-    if (!base.Found() && !altered.Found()) return name + ": in neither client (" + base.Missing + " is missing); not compared";
-    if (!base.Found()) return name + ": only in the new client (" + base.Missing + " is missing in the base one); not compared";
-    return name + ": only in the base client (" + altered.Missing + " is missing in the new one); not compared";
+    if (!base.Found() && !altered.Found()) return name + ": in neither client (" + IsMissing(base) + "); not compared";
+    if (!base.Found()) return name + ": only in the new client (" + IsMissing(base) + " in the base one); not compared";
+    return name + ": only in the base client (" + IsMissing(altered) + " in the new one); not compared";
 }
 
 }  // namespace

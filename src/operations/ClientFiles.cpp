@@ -71,9 +71,12 @@ ClientTypeFiles FilesOf(const ClientNames& names, const DirectoryNames& director
     }
     std::string mul = directory.Find(names.MUL);
     std::string idx = directory.Find(names.IDX);
-    if (mul.empty() || (names.IDX != nullptr && idx.empty())) {
-        files.Missing = mul.empty() ? names.MUL : names.IDX;
-        if (names.Container != nullptr && mul.empty()) files.Missing += std::string(" (or ") + names.Container + ")";
+    const bool noIndex = names.IDX != nullptr && idx.empty();
+    if (mul.empty() || noIndex) {
+        files.Missing = noIndex && mul.empty() ? std::string(names.IDX) + " and " + names.MUL
+                        : noIndex              ? names.IDX
+                                               : names.MUL;
+        if (names.Container != nullptr) files.Missing += std::string(" (or ") + names.Container + ")";
         return files;
     }
     files.MUL = std::move(mul);

@@ -13,7 +13,7 @@ struct ClientTypeFiles {
     uint8_t FileID = 0;
     std::string MUL;  // the MUL file or the container; empty when the type was not found
     std::string IDX;  // the index file of a pair; empty otherwise
-    // Why the type was not found: which file is missing.
+    // Why the type was not found: which files are missing.
     std::string Missing;
 
     bool Found() const { return !MUL.empty(); }
