@@ -72,6 +72,11 @@ QString SaveDialog(QWidget* Form1, const QString& Filter, const QString& Title, 
     }
 }
 
+QString FolderDialog(QWidget* Form1, const QString& Title, const QString& InitDir) {
+    if (Override()) return Override()(false, QString(), Title, InitDir);
+    return QFileDialog::getExistingDirectory(Form1, Title, InitDir);
+}
+
 void SetFileDialogOverride(FileDialogOverride answer) { Override() = std::move(answer); }
 
 }  // namespace quillet

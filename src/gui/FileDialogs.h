@@ -22,6 +22,10 @@ QString OpenDialog(QWidget* Form1, const QString& Filter, const QString& Title, 
 QString SaveDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir,
                    int SaveType = 0);
 
+// A folder to choose (a client's directory); the override is asked with an
+// empty filter.
+QString FolderDialog(QWidget* Form1, const QString& Title, const QString& InitDir);
+
 // Tests answer the dialogs themselves: (save?, filter, title, dir) -> path.
 using FileDialogOverride = std::function<QString(bool save, const QString& filter, const QString& title,
                                                  const QString& dir)>;

@@ -2,10 +2,17 @@
 // The Compare dialog: two versions of one client file, the base set and the
 // altered set, and the blocks that differ go into the patch. Only the file
 // types are offered; the IDX rows show for the types that have an index.
+// Its second mode compares two whole clients: two folders, and the types
+// whose files both hold, each with a check box.
+#include <cstdint>
+#include <vector>
+
 #include "DialogForm.h"
 
 class QComboBox;
 class QLabel;
+class QListWidget;
+class QRadioButton;
 class QLineEdit;
 class QPushButton;
 class QStatusBar;
@@ -25,6 +32,19 @@ public:
     void cmdIDX2_Click();
     void cmdCompare_Click();
     void cmdCancel_Click();
+    // The mode buttons: one file type (the dialog as it always was) or two whole clients.
+    void optMode_Click();
+    void cmdDir1_Click();
+    void cmdDir2_Click();
+    // Lists the types found in both folders, all checked.
+    void FindClientTypes();
+    // The FileIDs whose boxes are checked.
+    std::vector<uint8_t> CheckedTypes() const;
+
+    QRadioButton* optOneType;
+    QRadioButton* optWholeClient;
+    QWidget* fraOneType;
+    QWidget* fraClient;
 
     QLabel* Label15;
     QLabel* Label1;
@@ -46,6 +66,15 @@ public:
     QPushButton* cmdCompare;
     QPushButton* cmdCancel;
     QStatusBar* StatusBar1;
+    QLabel* lblDir1;
+    QLineEdit* txtDir1;
+    QPushButton* cmdDir1;
+    QLabel* lblDir2;
+    QLineEdit* txtDir2;
+    QPushButton* cmdDir2;
+    QLabel* lblTypes;
+    QListWidget* lstTypes;
+    QLabel* lblSkipped;
 
 protected:
 
@@ -53,6 +82,9 @@ private:
     bool SelectedHasIndex(const QLineEdit* mul) const;  // an IDX file needed beside that MUL box's file
     void BrowseMUL(QLineEdit* box);
     void BrowseIDX(QLineEdit* box);
+    void BrowseDir(QLineEdit* box);
+    void CompareOneType();
+    void CompareWholeClients();
 };
 
 }  // namespace quillet

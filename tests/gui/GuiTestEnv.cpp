@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QAbstractScrollArea>
 #include <QCheckBox>
+#include <QRadioButton>
 #include <QDir>
 #include <QLabel>
 #include <QPixmap>
@@ -67,10 +68,14 @@ QRect TextRoom(QWidget* widget, QString& text, bool& wraps) {
     option.text = text;
     option.icon = button->icon();
     option.iconSize = button->iconSize();
-    const bool check = qobject_cast<QCheckBox*>(button) != nullptr;
-    if (!check && !qobject_cast<QPushButton*>(button)) return {};
-    return button->style()->subElementRect(check ? QStyle::SE_CheckBoxContents : QStyle::SE_PushButtonContents, &option,
-                                           button);
+    QStyle::SubElement contents = QStyle::SE_PushButtonContents;
+    if (qobject_cast<QCheckBox*>(button) != nullptr)
+        contents = QStyle::SE_CheckBoxContents;
+    else if (qobject_cast<QRadioButton*>(button) != nullptr)
+        contents = QStyle::SE_RadioButtonContents;
+    else if (!qobject_cast<QPushButton*>(button))
+        return {};
+    return button->style()->subElementRect(contents, &option, button);
 }
 
 void CheckText(QWidget* widget, QStringList& faults) {
