@@ -55,6 +55,16 @@ public:
         if (storePercent_ && total_ > 0) WaitPercent = static_cast<int32_t>(done * 100 / total_);
         DoEvents();
     }
+    // Items finished together (a run of blocks taken at once): the point is
+    // passed once however many of its places the run went over.
+    void TickMany(int64_t count, int64_t done) {
+        if (count < 1) return;
+        const int64_t reached = counter_ + count;
+        counter_ = static_cast<int32_t>(reached % kEvery);
+        if (reached < kEvery) return;
+        if (storePercent_ && total_ > 0) WaitPercent = static_cast<int32_t>(done * 100 / total_);
+        DoEvents();
+    }
 
 private:
     int64_t total_;

@@ -11,6 +11,7 @@
 // A number whose place cannot be reached (a position that overflows or lies
 // before the file) is a Failure.
 #include <cstdint>
+#include <vector>
 
 #include "base/BinaryFile.h"
 #include "base/BlockLimit.h"
@@ -44,6 +45,16 @@ public:
     // How many blocks with bytes the source holds among numbers First..Last.
     virtual int64_t cBlocksIn(int64_t First, int64_t Last) = 0;
     virtual int64_t cExtent() = 0;  // block numbers the file speaks for
+    // Compares blocks First..First+Count-1 here and in other as whole runs
+    // of bytes, where both sources can: answers true with, in Differing, the
+    // blocks of the range whose bytes differ (rising); every other block of
+    // the range has the same Size on both sides and, above 0, the same bytes.
+    // False means "not known": the caller compares the blocks one by one.
+    // No source needs to know.
+    virtual bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::vector<int32_t>& Differing) {
+        (void)other, (void)First, (void)Count, (void)Differing;
+        return false;
+    }
     virtual int32_t cClose() = 0;
 };
 

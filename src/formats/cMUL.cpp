@@ -16,6 +16,16 @@ namespace {
 
 constexpr int32_t kRecordSize = 12;
 
+// Where two byte ranges of count bytes first differ; count if nowhere. The
+// library's memcmp goes a stretch at a time, the byte by byte search only
+// through the stretch that differs.
+size_t FirstDifference(const uint8_t* one, const uint8_t* two, size_t count) {
+    constexpr size_t kStretch = 256;
+    size_t at = 0;
+    while (at + kStretch <= count && std::memcmp(one + at, two + at, kStretch) == 0) at += kStretch;
+    return static_cast<size_t>(std::mismatch(one + at, one + count, two + at).first - one);
+}
+
 // A number per open file; nothing but "is it 0" is ever asked of it, so a
 // counter that never gives 0 does.
 int32_t NewFileNumber() {
@@ -140,6 +150,85 @@ cMUL::Record cMUL::GetRecord(int32_t IndexNumber) {
         record.Position = AddLong(Offset, MulLong(IndexNumber, ConstantIndex));
     }
     return record;
+}
+
+bool cMUL::RunOf(int32_t First, int32_t Count, int64_t& start, int64_t& length, std::vector<int32_t>& sizes) {
+    const int64_t from = int64_t{First} * kRecordSize;
+    const auto bytes = static_cast<size_t>(Count) * kRecordSize;
+    if (IDXFile == 0 || First < 0 || from + static_cast<int64_t>(bytes) > idxLength_) return false;
+    runBuffer_.resize(std::max(runBuffer_.size(), bytes));
+    if (idx_.ReadAt(from, runBuffer_.data(), bytes) < bytes) return false;
+    sizes.resize(static_cast<size_t>(Count));
+    start = -1;
+    int64_t end = 0;
+    for (size_t k = 0; k < sizes.size(); ++k) {
+        const uint8_t* record = runBuffer_.data() + k * kRecordSize;
+        const int32_t position = LoadI32(record);
+        sizes[k] = LoadI32(record + 4);
+        if (sizes[k] < 1) continue;
+        if (position < 0 || (start >= 0 && position != end)) return false;
+        if (start < 0) start = position;
+        end = int64_t{position} + sizes[k];
+    }
+    if (start < 0) start = end = 0;  // no bytes at all
+    length = end - start;
+    return true;
+}
+
+bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::vector<int32_t>& Differing) {
+    auto* that = dynamic_cast<cMUL*>(&other);
+    if (that == nullptr || that == this || MULFile == 0 || that->MULFile == 0 || First < 0 || Count < 1) return false;
+    int64_t start1 = 0;
+    int64_t start2 = 0;
+    int64_t length = 0;
+    runBlocks_.clear();
+    if (ConstantIndex > 0 || that->ConstantIndex > 0) {
+        if (ConstantIndex != that->ConstantIndex) return false;
+        length = int64_t{Count} * ConstantIndex;
+        start1 = Offset + int64_t{First} * ConstantIndex;
+        start2 = that->Offset + int64_t{First} * ConstantIndex;
+        for (int32_t k = 0; k < Count; ++k) runBlocks_.push_back({int64_t{k + 1} * ConstantIndex, First + k});
+    } else {
+        std::vector<int32_t> sizes1;
+        std::vector<int32_t> sizes2;
+        int64_t length2 = 0;
+        if (!RunOf(First, Count, start1, length, sizes1) || !that->RunOf(First, Count, start2, length2, sizes2) ||
+            sizes1 != sizes2)
+            return false;
+        int64_t end = 0;
+        for (int32_t k = 0; k < Count; ++k)
+            if (sizes1[static_cast<size_t>(k)] > 0) runBlocks_.push_back({end += sizes1[static_cast<size_t>(k)], First + k});
+    }
+    // Within both files: what lies past an end reads as zeros and is noted,
+    // which the walk does block by block.
+    if (start1 < 0 || start2 < 0 || start1 + length > mulLength_ || start2 + length > that->mulLength_) return false;
+    constexpr size_t kPiece = 1 << 18;
+    runBuffer_.resize(std::max(runBuffer_.size(), kPiece));
+    that->runBuffer_.resize(std::max(that->runBuffer_.size(), kPiece));
+    const uint8_t* one = runBuffer_.data();
+    const uint8_t* two = that->runBuffer_.data();
+    Differing.clear();
+    auto block = runBlocks_.begin();  // the first block not yet passed
+    for (int64_t done = 0; done < length;) {
+        const auto piece = static_cast<size_t>(std::min<int64_t>(length - done, kPiece));
+        if (mul_.ReadAt(start1 + done, runBuffer_.data(), piece) < piece ||
+            that->mul_.ReadAt(start2 + done, that->runBuffer_.data(), piece) < piece)
+            return false;
+        // Each difference names its block; the search goes on behind that
+        // block's end.
+        for (size_t at = 0;;) {
+            at += FirstDifference(one + at, two + at, piece - at);
+            if (at >= piece) break;
+            const int64_t where = done + static_cast<int64_t>(at);
+            block = std::upper_bound(block, runBlocks_.end(), where,
+                                     [](int64_t position, const RunBlock& b) { return position < b.End; });
+            Differing.push_back(block->Block);
+            at = static_cast<size_t>(std::min<int64_t>(block->End - done, static_cast<int64_t>(piece)));
+            ++block;
+        }
+        done += static_cast<int64_t>(piece);
+    }
+    return true;
 }
 
 // What an index record may ask of us. A block lies at its Position; one that

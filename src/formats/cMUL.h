@@ -65,6 +65,12 @@ public:
     // constant-size mode the blocks that begin before the end of the MUL
     // file (whole blocks only, with WholeBlocks). 0 while nothing is open.
     int64_t cExtent() override;
+    // Against another cMUL of the same mode (and block size): blocks whose
+    // bytes lie back to back within both MUL files, their index records
+    // within both IDX files, are compared as one run of bytes. Anything else
+    // (a block that reaches past the end of its file, a gap between blocks,
+    // Sizes that differ) is left to the block by block walk.
+    bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::vector<int32_t>& Differing) override;
     // The MUL file's length while it is open.
     int64_t cLength() const { return mulLength_; }
     // Writes block IndexNumber: in place if it fits where it was, else at the
@@ -96,6 +102,15 @@ private:
     };
     Record GetRecord(int32_t IndexNumber);
     Record BlockRecord(int32_t IndexNumber);  // GetRecord, with what cLoad refuses refused
+    // Where the bytes of blocks First..First+Count-1 lie back to back in the
+    // MUL file, with their Sizes read into sizes; false when they do not.
+    bool RunOf(int32_t First, int32_t Count, int64_t& start, int64_t& length, std::vector<int32_t>& sizes);
+    // The run's block ends, from the run's start, of the blocks with bytes.
+    struct RunBlock {
+        int64_t End;
+        int32_t Block;
+    };
+    std::vector<RunBlock> runBlocks_;
     void CloseFiles();
     void OpenForWriting();
 
@@ -114,6 +129,7 @@ private:
     ReadNotes idxNotes_{"index record"};
     int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else
     int64_t idxLength_ = 0;  // likewise
+    ByteArray runBuffer_;    // a piece of a run being compared
 };
 
 // The text of a failed cOpen: cMUL's text, the names of the files and why,

@@ -58,42 +58,58 @@ bool SameBlocks(BlockReader& base, BlockReader& altered, int32_t Size, CompareBu
     return std::memcmp(one, two, static_cast<size_t>(Size)) == 0;
 }
 
-// Walks First..Last (inclusive) on both open sources. Sizes decide first;
-// bytes only when both sizes are the same and above 0, so two empty blocks
-// are equal only with the same size: -1 against 0 differs. A block that
-// differs is read again from the altered side, into the DataFile.
+// Compares block Block on both open sources and stores the altered side
+// when it differs. Sizes decide first; bytes only when both sizes are the
+// same and above 0, so two empty blocks are equal only with the same size:
+// -1 against 0 differs, but between a container and an index (which knows
+// kinds of empty that a container has not) any two blocks without bytes are
+// the same absence. An equal block leaves its slot alone, whatever the patch
+// holds there; the extra words take no part.
+void CompareBlock(BlockReader& base, BlockReader& altered, uint8_t FileID, int32_t Block, bool oneContainer,
+                  CompareBuffers& buffers, CompareCounts& counts) {
+    int32_t extra1 = 0;
+    int32_t extra2 = 0;
+    const int32_t size1 = base.cLoadHead(Block, extra1);
+    const int32_t size2 = altered.cLoadHead(Block, extra2);
+    const bool bothEmpty = size1 < 1 && size2 < 1;
+    const bool differs = (size1 != size2 && !(oneContainer && bothEmpty)) ||
+                         (size1 == size2 && size1 > 0 && !SameBlocks(base, altered, size1, buffers));
+    if (!differs) return;
+    // Read again from the altered side, into the DataFile.
+    if (size2 < 1) {
+        StoreBlock(FileID, Block, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
+    } else if (FileID == kHuesFileID) {
+        buffers.group.resize(static_cast<size_t>(size2));  // the type's constant size
+        altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
+        StoreMULBlock(FileID, Block, size2, extra2, buffers.group, buffers.hues);
+    } else {
+        StoreBlockFrom(FileID, Block, size2, extra2, altered.cDataAgain());
+    }
+    ++counts.Stored;
+}
+
+// Blocks are taken in runs of this many: where both sources can compare a
+// run as whole runs of bytes, only the blocks that differ are walked.
+constexpr int64_t kRunBlocks = 4096;
+
 void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64_t First, int64_t Last,
                   CompareBuffers& buffers, CountingPoint& progress, CompareCounts& counts) {
-    // A container knows a block only as there or not (Size -1), while an
-    // index tells its empty records apart (-1, 0, and 0 past the index's
-    // end): between the two kinds, blocks without bytes on both sides are
-    // the same absence.
-    const bool oneContainer = (dynamic_cast<cClientUOP*>(&base) != nullptr) != (dynamic_cast<cClientUOP*>(&altered) != nullptr);
-    for (int64_t block = First; block <= Last; ++block) {
-        const int32_t number = ToLong(block);
-        int32_t extra1 = 0;
-        int32_t extra2 = 0;
-        const int32_t size1 = base.cLoadHead(number, extra1);
-        const int32_t size2 = altered.cLoadHead(number, extra2);
-        // An equal block leaves its slot alone, whatever the patch holds there;
-        // the extra words take no part in the decision.
-        const bool bothEmpty = size1 < 1 && size2 < 1;
-        const bool differs = (size1 != size2 && !(oneContainer && bothEmpty)) ||
-                             (size1 == size2 && size1 > 0 && !SameBlocks(base, altered, size1, buffers));
-        if (differs) {
-            if (size2 < 1) {
-                StoreBlock(FileID, number, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
-            } else if (FileID == kHuesFileID) {
-                buffers.group.resize(static_cast<size_t>(size2));  // the type's constant size
-                altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
-                StoreMULBlock(FileID, number, size2, extra2, buffers.group, buffers.hues);
-            } else {
-                StoreBlockFrom(FileID, number, size2, extra2, altered.cDataAgain());
-            }
-            ++counts.Stored;
+    const bool oneContainer =
+        (dynamic_cast<cClientUOP*>(&base) != nullptr) != (dynamic_cast<cClientUOP*>(&altered) != nullptr);
+    std::vector<int32_t> differing;
+    for (int64_t run = First; run <= Last; run += kRunBlocks) {
+        const int64_t runLast = std::min(Last, run + kRunBlocks - 1);
+        if (base.cCompareRun(altered, ToLong(run), ToLong(runLast - run + 1), differing)) {
+            for (const int32_t block : differing) CompareBlock(base, altered, FileID, block, oneContainer, buffers, counts);
+            counts.Compared += runLast - run + 1;
+            progress.TickMany(runLast - run + 1, runLast);
+            continue;
         }
-        ++counts.Compared;
-        progress.Tick(number);
+        for (int64_t block = run; block <= runLast; ++block) {
+            CompareBlock(base, altered, FileID, ToLong(block), oneContainer, buffers, counts);
+            ++counts.Compared;
+            progress.Tick(block);
+        }
     }
 }
 

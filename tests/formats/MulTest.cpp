@@ -250,5 +250,51 @@ TEST(TiledataLayoutTest, TheSizeTellsTheLayout) {
     EXPECT_FALSE(FitsATiledataLayout(1036288 + 1188) || FitsATiledataLayout(0) || FitsATiledataLayout(493568));
 }
 
+// Runs of blocks compared as runs of bytes: only blocks that lie back to back
+// within both files are, and each difference names its block.
+TEST_F(MulTest, RunsCompareWholeRunsAndNameTheBlocksThatDiffer) {
+    ByteArray one = Counting(196 * 40);
+    ByteArray two = one;
+    two[196 * 3 + 195] ^= 1;  // the last byte of block 3
+    two[196 * 4] ^= 1;        // the first of block 4
+    two[196 * 39 + 7] ^= 1;
+    test::WriteFile(Path("a.mul"), one);
+    test::WriteFile(Path("b.mul"), two);
+    cMUL a, b, c;
+    ASSERT_EQ(a.cOpen("", Path("a.mul"), 196, 40, 0), 0);
+    ASSERT_EQ(b.cOpen("", Path("b.mul"), 196, 40, 0), 0);
+    std::vector<int32_t> differing;
+    ASSERT_TRUE(a.cCompareRun(b, 0, 40, differing));
+    EXPECT_EQ(differing, (std::vector<int32_t>{3, 4, 39}));
+    ASSERT_TRUE(a.cCompareRun(b, 5, 30, differing));
+    EXPECT_TRUE(differing.empty());
+    EXPECT_FALSE(a.cCompareRun(b, 30, 11, differing));  // block 40 lies past both ends
+    ASSERT_EQ(c.cOpen("", Path("b.mul"), 98, 80, 0), 0);
+    EXPECT_FALSE(a.cCompareRun(c, 0, 10, differing));  // another block size
+
+    // Pairs: the same Sizes, bytes at other positions; an empty record in
+    // between; a gap, or Sizes that differ, leave the run to the walk.
+    test::WriteFile(Path("p.mul"), Counting(30));
+    ByteArray moved = Counting(30);
+    moved.insert(moved.begin(), 10, uint8_t{0xEE});
+    moved[10 + 12] ^= 1;  // in the third block (bytes 10..19 of the run)
+    test::WriteFile(Path("q.mul"), moved);
+    test::WriteFile(Path("p.idx"), Bytes{}.record(0, 10, 1).record(-1, -1, 0).record(10, 10, 2).record(20, 10, 3).b);
+    test::WriteFile(Path("q.idx"), Bytes{}.record(10, 10, 9).record(-1, -1, 0).record(20, 10, 9).record(30, 10, 9).b);
+    test::WriteFile(Path("g.idx"), Bytes{}.record(0, 10, 1).record(-1, -1, 0).record(12, 8, 2).record(20, 10, 3).b);
+    test::WriteFile(Path("s.idx"), Bytes{}.record(0, 10, 1).record(-1, 0, 0).record(10, 10, 2).record(20, 10, 3).b);
+    cMUL p, q, gap, sizes;
+    ASSERT_EQ(p.cOpen(Path("p.idx"), Path("p.mul"), 0, 0, 0), 0);
+    ASSERT_EQ(q.cOpen(Path("q.idx"), Path("q.mul"), 0, 0, 0), 0);
+    ASSERT_EQ(gap.cOpen(Path("g.idx"), Path("p.mul"), 0, 0, 0), 0);
+    ASSERT_EQ(sizes.cOpen(Path("s.idx"), Path("p.mul"), 0, 0, 0), 0);
+    ASSERT_TRUE(p.cCompareRun(q, 0, 4, differing));
+    EXPECT_EQ(differing, std::vector<int32_t>{2});
+    EXPECT_FALSE(p.cCompareRun(gap, 0, 4, differing));
+    EXPECT_FALSE(p.cCompareRun(sizes, 0, 4, differing));
+    EXPECT_FALSE(p.cCompareRun(q, 0, 5, differing));  // record 4 lies past both index files
+    EXPECT_FALSE(p.cCompareRun(a, 0, 4, differing));  // a pair against a file of fixed-size blocks
+}
+
 }  // namespace
 }  // namespace quillet
