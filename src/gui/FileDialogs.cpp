@@ -13,14 +13,15 @@ FileDialogOverride& Override() {
     return answer;
 }
 
-QString RunDialog(bool save, QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir) {
+QString RunDialog(bool save, QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir,
+                  const QString& suffix = "mul") {
     const QString qtFilter = ConvertFilter(Filter);
     if (Override()) return Override()(save, qtFilter, Title, InitDir);
     QFileDialog dialog(Form1, Title, InitDir, qtFilter);
     if (save) {
         dialog.setAcceptMode(QFileDialog::AcceptSave);
         dialog.setFileMode(QFileDialog::AnyFile);
-        dialog.setDefaultSuffix("mul");
+        dialog.setDefaultSuffix(suffix);
         dialog.setOption(QFileDialog::DontConfirmOverwrite, false);
     } else {
         dialog.setAcceptMode(QFileDialog::AcceptOpen);
@@ -68,6 +69,16 @@ QString SaveDialog(QWidget* Form1, const QString& Filter, const QString& Title, 
         gError.Log(("cFileIO.SaveDialog('" + (Form1 ? Form1->objectName() : QString()) + "', '" + Filter + "', '" +
                     Title + "', '" + InitDir + "', " + QString::number(SaveType) + ")")
                        .toStdString());
+        return {};
+    }
+}
+
+QString ExportDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& DefaultPath,
+                     const QString& DefaultSuffix) {
+    try {
+        return RunDialog(true, Form1, Filter, Title, DefaultPath, DefaultSuffix);
+    } catch (...) {
+        gError.Log(("cFileIO.ExportDialog('" + Title + "', '" + DefaultPath + "')").toStdString());
         return {};
     }
 }
