@@ -182,9 +182,9 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         const QImage gump = Preview(kGumps)->Shown();
         QCOMPARE(Preview(kGumps)->lblText->text(), QString("120 x 80 pixels"));
-        // Larger than its factor 1 would allow at some sizes: whatever the room, the corner pixel that was
-        // black shows the checkerboard, the frame its blue.
-        QVERIFY(!gump.isNull() && gump.width() <= Preview(kGumps)->width());
+        // By a whole factor within the pane: the corner pixel that was black shows the checkerboard, the frame
+        // its blue.
+        QVERIFY(Zoom(gump, 120, 80) >= 1 && gump.width() <= Preview(kGumps)->width());
         QCOMPARE(QList<QRgb>({gump.pixel(0, 0), gump.pixel(gump.width() - 1, gump.height() - 1)}),
                  QList<QRgb>({kDark, kBlue}));
         guitest::Screenshot(form, "preview-gump");
