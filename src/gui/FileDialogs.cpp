@@ -13,14 +13,15 @@ FileDialogOverride& Override() {
     return answer;
 }
 
-QString RunDialog(bool save, QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir) {
+QString RunDialog(bool save, QWidget* Form1, const QString& Filter, const QString& Title, const QString& InitDir,
+                  const QString& suffix = "mul") {
     const QString qtFilter = ConvertFilter(Filter);
     if (Override()) return Override()(save, qtFilter, Title, InitDir);
     QFileDialog dialog(Form1, Title, InitDir, qtFilter);
     if (save) {
         dialog.setAcceptMode(QFileDialog::AcceptSave);
         dialog.setFileMode(QFileDialog::AnyFile);
-        dialog.setDefaultSuffix("mul");
+        dialog.setDefaultSuffix(suffix);
         dialog.setOption(QFileDialog::DontConfirmOverwrite, false);
     } else {
         dialog.setAcceptMode(QFileDialog::AcceptOpen);
@@ -75,6 +76,16 @@ QString SaveDialog(QWidget* Form1, const QString& Filter, const QString& Title, 
 QString FolderDialog(QWidget* Form1, const QString& Title, const QString& InitDir) {
     if (Override()) return Override()(false, QString(), Title, InitDir);
     return QFileDialog::getExistingDirectory(Form1, Title, InitDir);
+}
+
+QString ExportDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& DefaultPath,
+                     const QString& DefaultSuffix) {
+    try {
+        return RunDialog(true, Form1, Filter, Title, DefaultPath, DefaultSuffix);
+    } catch (...) {
+        gError.Log(("cFileIO.ExportDialog('" + Title + "', '" + DefaultPath + "')").toStdString());
+        return {};
+    }
 }
 
 void SetFileDialogOverride(FileDialogOverride answer) { Override() = std::move(answer); }

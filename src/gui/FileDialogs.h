@@ -26,6 +26,12 @@ QString SaveDialog(QWidget* Form1, const QString& Filter, const QString& Title, 
 // empty filter.
 QString FolderDialog(QWidget* Form1, const QString& Title, const QString& InitDir);
 
+// A save dialog that proposes a file: DefaultPath gives its folder and name
+// (the test override gets it as the folder), and a name typed without an
+// extension gets DefaultSuffix.
+QString ExportDialog(QWidget* Form1, const QString& Filter, const QString& Title, const QString& DefaultPath,
+                     const QString& DefaultSuffix);
+
 // Tests answer the dialogs themselves: (save?, filter, title, dir) -> path.
 using FileDialogOverride = std::function<QString(bool save, const QString& filter, const QString& title,
                                                  const QString& dir)>;

@@ -5,15 +5,25 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include <utility>
+
 #include "Cp1252.h"
 #include "cWindow.h"
+#include "uBlockPreview.h"
 #include "viewers/HexRows.h"
 
 namespace quillet {
 
 namespace {
 constexpr int kColumns = 19;  // hidden item column, offset, 16 bytes, text
-}
+// The window's own size, in twips, and its margins.
+constexpr int kWidth = 10215;
+constexpr int kHeight = 5655;
+constexpr int kMargin = 60;
+// The most pixels a picture above the rows is high: a small one is scaled up
+// to it, a tall one down, so that rows stay in sight.
+constexpr int kPictureHeight = 256;
+}  // namespace
 
 void HexModel::SetBytes(ByteArray bytes) {
     beginResetModel();
@@ -54,13 +64,19 @@ frmHexView::frmHexView(QWidget* parent) : QDialog(parent) {
     setObjectName("frmHexView");
     setModal(true);
     model_ = new HexModel(this);
+    picHex = new uBlockPreview(this);
+    picHex->setObjectName("picHex");
+    picHex->SetMostRoom(QSize(Px(kWidth) - 4 * Px(kMargin), kPictureHeight));
+    picHex->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    picHex->hide();
     lvHex = new QTableView(this);
     lvHex->setObjectName("lvHex");
     lvHex->setModel(model_);
-    // The list follows the window with its margins.
+    // The list follows the window with its margins, under the picture if there is one.
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(Px(60), Px(60), Px(60), Px(60));
-    layout->addWidget(lvHex);
+    layout->setContentsMargins(Px(kMargin), Px(kMargin), Px(kMargin), Px(kMargin));
+    layout->addWidget(picHex);
+    layout->addWidget(lvHex, 1);
     lvHex->verticalHeader()->hide();
     lvHex->setShowGrid(false);
     lvHex->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -86,6 +102,8 @@ frmHexView::~frmHexView() = default;
 
 void frmHexView::LoadData(const ByteArray& B, const QString& HexCaption) {
     setWindowTitle(HexCaption);
+    picHex->Clear();
+    picHex->hide();
     model_->SetBytes(B);
     QHeaderView* header = lvHex->horizontalHeader();
     header->setMinimumSectionSize(0);
@@ -95,11 +113,17 @@ void frmHexView::LoadData(const ByteArray& B, const QString& HexCaption) {
     header->resizeSection(18, Px(2500));
 }
 
+void frmHexView::ShowPicture(BlockPicture picture) {
+    picHex->ShowPicture(std::move(picture));
+    picHex->show();
+}
+
 void frmHexView::setVisible(bool visible) {
     // Each opening is a load: the window comes at its own size, at the place
-    // the last one was closed.
+    // the last one was closed; a picture above the rows makes it that much higher.
     if (visible && !isVisible()) {
-        resize(Px(10215), Px(5655));
+        const int picture = picHex->isHidden() ? 0 : picHex->sizeHint().height() + layout()->spacing();
+        resize(Px(kWidth), Px(kHeight) + picture);
         gWindow.wLoad(this, false);
     }
     QDialog::setVisible(visible);

@@ -28,6 +28,7 @@
 #include "FileDialogs.h"
 #include "Icons.h"
 #include "actions/JobOutcome.h"
+#include "actions/mBlockPictures.h"
 #include "actions/mPatchJobs.h"
 #include "actions/mStart.h"
 #include "base/AppInfo.h"
@@ -37,6 +38,7 @@
 #include "core/mMuls.h"
 #include "core/mPatch.h"
 #include "core/mWait.h"
+#include "frmArt.h"
 #include "frmCompare.h"
 #include "frmExport.h"
 #include "frmGump.h"
@@ -44,8 +46,10 @@
 #include "frmImport.h"
 #include "mMenu.h"
 #include "support/Services.h"
+#include "uBlockPreview.h"
 #include "uLicense.h"
 #include "uScrollPicture.h"
+#include "viewers/BlockPictures.h"
 #include "viewers/mMap.h"
 #include "viewers/mRadarCol.h"
 
@@ -63,6 +67,8 @@ constexpr int kMargin = 60;
 constexpr int kPageGap = 40;
 // A map block covers 8 by 8 tiles.
 constexpr int kTilesPerBlock = 8;
+// The room a list's preview is first given beside it.
+constexpr int kPreviewWidth = 3000;
 }  // namespace
 
 frmStart& frmStart::Instance() {
@@ -174,6 +180,7 @@ frmStart::frmStart(QWidget* parent) : QMainWindow(parent) {
         if (FileTypes[id].Name.empty()) continue;
         if (QWidget* page = PageOf(id)) page->setVisible(false);
     }
+    for (int index = 0; index < 12; ++index) ShowPreview(index);
     InstallHooks();
 }
 
@@ -199,7 +206,11 @@ void frmStart::CreatePages() {
     stack->addWidget(pageMap, 0, 0);
     stack->addWidget(pageStatics, 0, 0);
     for (int index = 0; index < 12; ++index) {
-        auto* list = new QTableView(pages_);
+        // The list keeps the width of its columns; a wider page widens the preview.
+        auto* frame = new QSplitter(Qt::Horizontal, pages_);
+        frame->setObjectName(QString("lvFrame%1").arg(index));
+        frame->setChildrenCollapsible(false);
+        auto* list = new QTableView(frame);
         list->setObjectName(QString("lvPage%1").arg(index));
         auto* model = new BlockListModel(list);
         list->setModel(model);
@@ -221,10 +232,22 @@ void frmStart::CreatePages() {
             if (id >= 0) PopupMenu_Create(static_cast<uint8_t>(id));
         });
         connect(list, &QAbstractItemView::doubleClicked, this, [this, index] { lvPage_DblClick(index); });
-        list->hide();
-        stack->addWidget(list, 0, 0);
+        // A rebuilt list has no current row, and a deleted row may have been it.
+        connect(list->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+                [this, index] { ShowPreview(index); });
+        connect(model, &QAbstractItemModel::modelReset, this, [this, index] { ShowPreview(index); });
+        auto* preview = new uBlockPreview(frame);
+        preview->setObjectName(QString("lvPreview%1").arg(index));
+        frame->setStretchFactor(0, 0);
+        frame->setStretchFactor(1, 1);
+        const int listWidth = 3 * Px(1500) + 2 * list->frameWidth() + style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+        frame->setSizes({listWidth, Px(kPreviewWidth)});
+        frame->hide();
+        stack->addWidget(frame, 0, 0);
         lvPage[static_cast<size_t>(index)] = list;
         lvModel[static_cast<size_t>(index)] = model;
+        lvFrame[static_cast<size_t>(index)] = frame;
+        lvPreview[static_cast<size_t>(index)] = preview;
     }
     pageMap->hide();
     pageStatics->hide();
@@ -248,6 +271,7 @@ void frmStart::CreateMenus() {
     mnuExport = add("mnuExport", "&Export");
     mnuCompare = add("mnuCompare", "Compare...");
     mnuGump = add("mnuGump", "Import gump...");
+    mnuArt = add("mnuArt", "Import art...");
     mnuFile->addSeparator()->setObjectName("nbuT3");
     mnuQuit = add("mnuQuit", "Quit");
     mnuOpen->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
@@ -262,6 +286,7 @@ void frmStart::CreateMenus() {
     connect(mnuExport, &QAction::triggered, this, [this] { frmExport(this).exec(); });
     connect(mnuCompare, &QAction::triggered, this, [this] { frmCompare(this).exec(); });
     connect(mnuGump, &QAction::triggered, this, [this] { frmGump(this).exec(); });
+    connect(mnuArt, &QAction::triggered, this, [this] { frmArt(this).exec(); });
     connect(mnuQuit, &QAction::triggered, this, [this] { close(); });
 
     mnuPopup = new QMenu(this);
@@ -456,7 +481,7 @@ QWidget* frmStart::PageOf(int FileID) const {
     switch (row.Page.kind) {
         case PageRef::Kind::Map: return pageMap;
         case PageRef::Kind::Statics: return pageStatics;
-        case PageRef::Kind::List: return lvPage[static_cast<size_t>(row.Page.index)];
+        case PageRef::Kind::List: return lvFrame[static_cast<size_t>(row.Page.index)];
         default: return nullptr;
     }
 }
@@ -469,13 +494,7 @@ frmHexView* frmStart::HexView() {
 void frmStart::lvPage_DblClick(int index) {
     const int id = FileIDOfList(index);
     if (id < 0) return;
-    QTableView* list = lvPage[static_cast<size_t>(index)];
-    const QModelIndex current = list->selectionModel()->currentIndex();
-    const QModelIndexList selected = list->selectionModel()->selectedRows();
-    const int row = current.isValid() && list->selectionModel()->isRowSelected(current.row(), {})
-                        ? current.row()
-                        : (selected.isEmpty() ? -1 : selected.first().row());
-    const int32_t block = BlockFromRowKey(lvModel[static_cast<size_t>(index)]->KeyAt(row).toStdString());
+    const int32_t block = CurrentBlock(lvPage[static_cast<size_t>(index)]);
     if (block == -1) return;
     const PatchBlock& slot = PatchBlocks[static_cast<size_t>(id)].Blocks[static_cast<size_t>(block)];
     if (slot.Size < 1 || slot.Offset < 1) return;
@@ -489,7 +508,31 @@ void frmStart::lvPage_DblClick(int index) {
     frmHexView* view = HexView();
     view->LoadData(bytes, QString::fromStdString(FileTypes[static_cast<size_t>(id)].Name) + " block " +
                               QString::fromStdString(HexText(static_cast<uint32_t>(block))));
+    // A block that is a picture is shown as one above its bytes; one that
+    // cannot be drawn shows its bytes alone, and the preview beside the list says why.
+    BlockPicture picture;
+    if (HasPictures(id) && PictureOfBlock(id, block, picture)) view->ShowPicture(std::move(picture));
     view->exec();
+}
+
+void frmStart::ShowPreview(int index) {
+    const int id = FileIDOfList(index);
+    uBlockPreview* preview = lvPreview[static_cast<size_t>(index)];
+    const bool pictures = id >= 0 && HasPictures(id);
+    preview->setVisible(pictures);
+    if (!pictures) return;
+    QTableView* list = lvPage[static_cast<size_t>(index)];
+    const QModelIndex current = list->selectionModel()->currentIndex();
+    const int32_t block = current.isValid() ? lvModel[static_cast<size_t>(index)]->BlockAt(current.row()) : -1;
+    if (block < 0) {
+        preview->Clear();
+        return;
+    }
+    BlockPicture picture;
+    if (const Result drawn = PictureOfBlock(id, block, picture))
+        preview->ShowPicture(std::move(picture));
+    else
+        preview->ShowFailure(QString::fromStdString(drawn.Text()));
 }
 
 void frmStart::WarnInUse(const std::string& text, const char* notDone) {

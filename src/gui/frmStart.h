@@ -23,6 +23,7 @@ namespace quillet {
 
 class BlockListModel;
 class frmHexView;
+class uBlockPreview;
 class uLicense;
 class uScrollPicture;
 
@@ -44,6 +45,10 @@ public:
     uScrollPicture* pageStatics;
     std::array<QTableView*, 12> lvPage{};
     std::array<BlockListModel*, 12> lvModel{};
+    // Each list's page: the list, and beside it the preview of its current
+    // row's picture (hidden for types without pictures).
+    std::array<QSplitter*, 12> lvFrame{};
+    std::array<uBlockPreview*, 12> lvPreview{};
     QStatusBar* sbStart;
     QProgressBar* pgProgress;
     QTimer* tmrWait;
@@ -56,6 +61,7 @@ public:
     QAction* mnuExport;
     QAction* mnuCompare;
     QAction* mnuGump;
+    QAction* mnuArt;
     QAction* mnuQuit;
     QMenu* mnuPopup;
     std::array<QAction*, 10> mnuPop{};
@@ -81,6 +87,8 @@ public:
     int FileIDOfList(int index) const;
     // Opens the block of the list's selected row in the hex viewer.
     void lvPage_DblClick(int index);
+    // Shows the picture of the list's current row beside it.
+    void ShowPreview(int index);
     frmHexView* HexView();
     // The note of the picture pages when no radar colours were found.
     void ShowRadarNote();

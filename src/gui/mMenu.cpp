@@ -12,22 +12,29 @@
 #include <utility>
 
 #include "BlockListModel.h"
+#include "FileDialogs.h"
 #include "Icons.h"
-#include "cWindow.h"
-#include "frmStart.h"
-#include "uScrollPicture.h"
-#include "core/BlockRows.h"
+#include "actions/JobOutcome.h"
 #include "actions/mBlockCommands.h"
+#include "actions/mBlockPictures.h"
+#include "actions/mPageJobs.h"
+#include "base/cError.h"
+#include "cWindow.h"
+#include "core/BlockRows.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "base/cError.h"
-#include "actions/mPageJobs.h"
+#include "core/mWait.h"
+#include "frmStart.h"
+#include "qtpictures/PictureFiles.h"
+#include "uScrollPicture.h"
+#include "viewers/BlockPictures.h"
 
 namespace quillet {
 
 namespace {
 
 bool gPopupMade = false;
+constexpr uint8_t kSoundFileID = 8;
 
 BlockListModel* ModelOf(QTableView* list) { return qobject_cast<BlockListModel*>(list->model()); }
 
@@ -39,6 +46,14 @@ std::vector<int> SelectedRowsDescending(QTableView* list) {
     for (const QModelIndex& index : list->selectionModel()->selectedRows()) rows.push_back(index.row());
     std::sort(rows.rbegin(), rows.rend());
     return rows;
+}
+
+// Where an export of the block is proposed: the dat files' export folder,
+// under the type's name and the block's number, as "Gumps_1F4.png".
+QString ExportPath(uint8_t FileID, int32_t Block, const char* extension) {
+    CreateDatFolders();
+    return QString::fromStdString(DatExportFolder() + FileTypes[FileID].Name + "_" +
+                                  HexText(static_cast<uint32_t>(Block)) + "." + extension);
 }
 
 }  // namespace
@@ -137,6 +152,14 @@ void PopupMenu_Create(uint8_t FileID) {
         pop[7]->setData("DELETE " + id);
         pop[7]->setEnabled(true);
         for (size_t entry = 1; entry <= 7; ++entry) pop[entry]->setVisible(true);
+        // The block of the current row as a file of its own kind, on the lists that have one.
+        const bool list = ListOf(FileID) != nullptr;
+        pop[8]->setText("Export picture...");
+        pop[8]->setData("PICTURE " + id);
+        pop[8]->setVisible(list && HasPictures(FileID));
+        pop[9]->setText("Export to WAV...");
+        pop[9]->setData("WAVE " + id);
+        pop[9]->setVisible(list && FileID == kSoundFileID);
         // The chosen entry comes back through the menu's triggered signal.
         form.mnuPopup->popup(QCursor::pos());
     } catch (...) {
@@ -171,6 +194,12 @@ void PopupMenu_Run(const QString& command) {
         } else if (upper.startsWith("IMPORT ")) {
             const int id = fileIdAfter("IMPORT ");
             if (QTableView* list = ListOf(id)) ListView_Import(list, static_cast<uint8_t>(id));
+        } else if (upper.startsWith("PICTURE ")) {
+            const int id = fileIdAfter("PICTURE ");
+            if (QTableView* list = ListOf(id)) ListView_ExportPicture(list, static_cast<uint8_t>(id));
+        } else if (upper.startsWith("WAVE ")) {
+            const int id = fileIdAfter("WAVE ");
+            if (QTableView* list = ListOf(id)) ListView_ExportWave(list, static_cast<uint8_t>(id));
         }
     } catch (...) {
         gError.Log("mMenu.PopupMenu_Run(" + command.toStdString() + ")");
@@ -215,6 +244,48 @@ void ListView_Import(QTableView* list, uint8_t FileID) {
         gError.Log("mMenu.ListView_Import");
     }
     ListView_Update(list, FileID, ListedBlocks(FileID));
+}
+
+void ListView_ExportPicture(QTableView* list, uint8_t FileID) {
+    try {
+        const int32_t block = CurrentBlock(list);
+        if (block < 0) return;
+        // Drawn first: a block that cannot be drawn asks for no file name.
+        BlockPicture picture;
+        if (!TellOutcome(PictureOfBlock(FileID, block, picture))) return;
+        const QString path = ExportDialog(&frmStart::Instance(), "PNG picture (*.PNG)|*.png", "Export picture",
+                                          ExportPath(FileID, block, "png"), "png");
+        if (path.isEmpty()) return;
+        if (std::string error; !WritePng(picture, path.toStdString(), error))
+            MsgBoxWarning("The picture of " + BlockName(FileID, block) + " could not be written: " + error);
+    } catch (...) {
+        gError.Log("mMenu.ListView_ExportPicture");
+    }
+}
+
+void ListView_ExportWave(QTableView* list, uint8_t FileID) {
+    try {
+        const int32_t block = CurrentBlock(list);
+        if (block < 0 || FileID != kSoundFileID) return;
+        ByteArray wave;
+        if (!TellOutcome(WaveOfSoundBlock(block, wave))) return;
+        const QString path = ExportDialog(&frmStart::Instance(), "WAV sound (*.WAV)|*.wav", "Export to WAV",
+                                          ExportPath(FileID, block, "wav"), "wav");
+        if (path.isEmpty()) return;
+        TellOutcome(ExportSoundWave(block, path.toStdString()));
+    } catch (...) {
+        gError.Log("mMenu.ListView_ExportWave");
+    }
+}
+
+int32_t CurrentBlock(QTableView* list) {
+    const QItemSelectionModel* selection = list->selectionModel();
+    const QModelIndex current = selection->currentIndex();
+    const QModelIndexList selected = selection->selectedRows();
+    const int row = current.isValid() && selection->isRowSelected(current.row(), {})
+                        ? current.row()
+                        : (selected.isEmpty() ? -1 : selected.first().row());
+    return BlockFromRowKey(ModelOf(list)->KeyAt(row).toStdString());
 }
 
 }  // namespace quillet

@@ -15,21 +15,22 @@
 
 #include "FileDialogs.h"
 #include "GuiTestEnv.h"
+#include "actions/mStart.h"
+#include "base/AppInfo.h"
+#include "common/Bytes.h"
+#include "core/BlockRows.h"
+#include "core/mMuls.h"
+#include "core/mPatch.h"
+#include "formats/ClientUOPWriter.h"
+#include "formats/cMUL.h"
+#include "frmArt.h"
 #include "frmCompare.h"
 #include "frmExport.h"
 #include "frmGump.h"
 #include "frmImport.h"
 #include "frmStart.h"
 #include "mMenu.h"
-#include "common/Bytes.h"
-#include "base/AppInfo.h"
-#include "core/BlockRows.h"
-#include "core/mMuls.h"
-#include "core/mPatch.h"
 #include "support/Services.h"
-#include "actions/mStart.h"
-#include "formats/ClientUOPWriter.h"
-#include "formats/cMUL.h"
 
 using namespace quillet;
 using guitest::WriteAll;
@@ -197,6 +198,11 @@ private Q_SLOTS:
         QCOMPARE(gump->objectName() + "|" + gump->windowTitle(), QString("frmGump|Import gump"));
         QCOMPARE(Texts({gump->txtIndex, gump->txtPicture}), QStringList({"0x00", ""}));
         guitest::Screenshot(gump.get(), "frmGump");
+        auto art = Open<frmArt>();
+        QCOMPARE(art->objectName() + "|" + art->windowTitle() + "|" + art->Label1->text(),
+                 QString("frmArt|Import art|Art index:"));
+        QCOMPARE(Texts({art->txtIndex, art->txtPicture}), QStringList({"0x4000", ""}));
+        guitest::Screenshot(art.get(), "frmArt");
         // Compare opens on Map; the index lines show only for a type with an index.
         auto compare = Open<frmCompare>();
         QCOMPARE(compare->objectName() + "|" + compare->windowTitle(), QString("frmCompare|Compare"));
@@ -533,7 +539,9 @@ private Q_SLOTS:
             CheckNothingHappened(dialog.get());
         }
         QCOMPARE(env.messages.size(), size_t{2});
-        QVERIFY(QString::fromStdString(env.messages[0]).contains("could not be read as a picture"));
+        QCOMPARE(QString::fromStdString(env.messages[0]),
+                 "The file " + P("text.bmp") +
+                     " could not be read as a picture. A gump is made from a BMP, JPG, GIF or PNG file.");
         QVERIFY(LogText().contains("frmGump.cmdImport_Click"));
         // An index past the Gumps type: the job refuses it (JobsTest); the dialog says no more and closes
         // as after a success.
@@ -541,6 +549,54 @@ private Q_SLOTS:
         Click(dialog->cmdImport);
         CheckRanAndClosed(dialog.get(), "Converting picture to gump. Please wait.", true);
         QCOMPARE(env.messages.size(), size_t{2});
+    }
+
+    // A land tile from a 44 by 44 PNG, an item from a picture of any size: each added under its number.
+    void artFromPictures() {
+        QImage tile(44, 44, QImage::Format_ARGB32), item(30, 20, QImage::Format_ARGB32);
+        tile.fill(QColor(0, 128, 0));
+        item.fill(Qt::transparent);
+        item.setPixel(3, 4, qRgb(255, 0, 0));
+        QVERIFY(tile.save(P("tile.png"), "PNG") && item.save(P("item.png"), "PNG"));
+        NewPatch();
+        for (const auto& [file, index] : {std::pair{"tile.png", "0x10"}, {"item.png", "0x4005"}}) {
+            auto dialog = Open<frmArt>(false);
+            dialog->txtPicture->setText(P(file));
+            dialog->txtIndex->setText(index);
+            MarkTreeStale();
+            waits.clear();
+            Click(dialog->cmdImport);
+            CheckRanAndClosed(dialog.get(), "Converting picture to art. Please wait.", true);
+        }
+        QCOMPARE(ListedBlocks(4), (std::vector<int32_t>{0x10, 0x4005}));
+        QVERIFY(Slot(4, 0x10).Size == 2048 && TreeTexts().contains("Art (2)") && env.messages.empty());
+    }
+
+    // A land tile from a picture of another size, a number past the type, a file that is no picture: the
+    // user is told why, and the dialog stays with nothing changed.
+    void artThatCannotBeMade() {
+        QVERIFY(WriteAll(P("text.png"), "this is not a picture") && SmallPicture(P("small.bmp")));
+        auto dialog = Open<frmArt>();
+        env.warnings.clear();
+        MarkTreeStale();
+        for (const auto& [picture, index] :
+             {std::pair{"small.bmp", "16"}, {"small.bmp", "81884"}, {"small.bmp", "-1"}, {"text.png", "0x4000"}}) {
+            dialog->txtPicture->setText(P(picture));
+            dialog->txtIndex->setText(index);
+            waits.clear();
+            Click(dialog->cmdImport);
+            QVERIFY(!dialog->Unloaded() && dialog->isVisible() && TreeStale());
+        }
+        QCOMPARE(PatchBlocks[4].Count, 0);
+        const QString range = "is out of range: art numbers go from 0 to 81883 (0x0 to 0x13FDB).";
+        QCOMPARE(env.warnings, std::vector<std::string>{
+                                   "A land tile is made from a picture of 44 by 44 pixels, not of 2 by 2 pixels"});
+        QCOMPARE(env.messages.size(), size_t{3});
+        QCOMPARE(QString::fromStdString(env.messages[0]), "The art index \"81884\" " + range);
+        QCOMPARE(QString::fromStdString(env.messages[1]), "The art index \"-1\" " + range);
+        QCOMPARE(QString::fromStdString(env.messages[2]),
+                 "The file " + P("text.png") +
+                     " could not be read as a picture. An art block is made from a BMP, JPG, GIF or PNG file.");
     }
 
     // The browse buttons: the file dialog's title, filter and folder; a MUL file need not exist, an index
@@ -581,19 +637,24 @@ private Q_SLOTS:
         browse(compare->cmdIDX1, compare->txtIDX1, "none.idx", false, idx);
         browse(compare->cmdIDX2, compare->txtIDX2, "there.idx", true, idx);
         auto gump = Open<frmGump>();
-        const QString pictures = "Open picture|BMP picture (*.bmp);;JPG picture (*.jpg);;GIF Picture (*.gif)";
+        const QString pictures =
+            "Open picture|BMP picture (*.bmp);;JPG picture (*.jpg);;GIF Picture (*.gif);;PNG picture (*.png)";
         browse(gump->cmdPicture, gump->txtPicture, "none.bmp", false, pictures);
         browse(gump->cmdPicture, gump->txtPicture, "there.bmp", true, pictures);
+        auto art = Open<frmArt>();
+        browse(art->cmdPicture, art->txtPicture, "there.bmp", true, pictures);
         SetFileDialogOverride(nullptr);
     }
 
     void menuCommandsOpenTheDialogs() {
         QStringList entries;
         for (QAction* action : form->mnuFile->actions()) entries << action->objectName();
-        QCOMPARE(entries.mid(entries.indexOf("mnuExport"), 3), QStringList({"mnuExport", "mnuCompare", "mnuGump"}));
+        QCOMPARE(entries.mid(entries.indexOf("mnuExport"), 4),
+                 QStringList({"mnuExport", "mnuCompare", "mnuGump", "mnuArt"}));
         QCOMPARE(form->findChild<QAction*>("mnuCompare")->text(), QString("Compare..."));
         QCOMPARE(form->findChild<QAction*>("mnuGump")->text(), QString("Import gump..."));
-        for (const char* name : {"Import", "Export", "Compare", "Gump"}) {
+        QCOMPARE(form->findChild<QAction*>("mnuArt")->text(), QString("Import art..."));
+        for (const char* name : {"Import", "Export", "Compare", "Gump", "Art"}) {
             QString seen;  // the modal dialog is looked at and cancelled as soon as it shows
             QTimer::singleShot(0, [&] {
                 if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {

@@ -107,7 +107,7 @@ private Q_SLOTS:
             entries << (entry->isSeparator() ? QString("-") : entry->text()) +
                            (entry->shortcut().isEmpty() ? QString() : " " + entry->shortcut().toString());
         QCOMPARE(entries.join("|"), QString("New|Open Ctrl+O|-|Save Ctrl+S|Save As|-|&Import|&Export|Compare...|"
-                                            "Import gump...|-|Quit Ctrl+Q"));
+                                            "Import gump...|Import art...|-|Quit Ctrl+Q"));
         // A screen too small for the whole map page: the window fits the screen.
         QVERIFY(form->screen()->availableGeometry().contains(form->frameGeometry()));
         guitest::Screenshot(form, "first-screen");
@@ -149,7 +149,8 @@ private Q_SLOTS:
             QCOMPARE(pop[0]->text() + "|" + pop[2]->text() + "|" + enabled, seen);
             QCOMPARE(pop[5]->data().toString() + "|" + pop[7]->data().toString(),
                      QString("IMPORT %1|DELETE %1").arg(FileID));
-            QVERIFY(!pop[2]->isChecked() && !pop[8]->isVisible() && !pop[9]->isVisible());
+            QVERIFY(!pop[2]->isChecked() && pop[8]->isVisible() == (FileID == 128) &&
+                    !pop[9]->isVisible());  // a picture
             form->mnuPopup->hide();
         }
         // The verdata entry toggles the type's flag; twice comes back; a command matching no word does nothing.

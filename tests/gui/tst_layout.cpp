@@ -21,6 +21,7 @@
 #include "cWindow.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
+#include "frmArt.h"
 #include "frmCompare.h"
 #include "frmExport.h"
 #include "frmGump.h"
@@ -155,11 +156,21 @@ private Q_SLOTS:
         frmGump gump;
         CHECK_LOOK(&gump, "frmGump");
         QVERIFY(AtLeast(&gump, 6315, 1500) && PathGrows(&gump, gump.txtPicture));
+        frmArt art;
+        CHECK_LOOK(&art, "frmArt");
+        QVERIFY(AtLeast(&art, 6315, 1500) && PathGrows(&art, art.txtPicture));
 
         frmHexView hex;
         hex.LoadData(ByteArray(300, 0x41), "Art block 1A");
         CHECK_LOOK(&hex, "frmHexView");
         QCOMPARE(hex.size(), QSize(Px(10215), Px(5655)));
+        // A picture above the rows: opened again, the window is higher by it, and the rows keep their room.
+        hex.hide();
+        BlockPicture picture;
+        picture.Reset(640, 480);
+        hex.ShowPicture(picture);
+        CHECK_LOOK(&hex, "frmHexView-picture");
+        QVERIFY(hex.height() > Px(5655) && hex.lvHex->height() > Px(5655) / 2);
     }
 };
 
