@@ -18,7 +18,6 @@ using test::Bytes;
 using Decoder = std::function<bool(BlockPicture&, std::string&)>;
 
 constexpr uint32_t kClear = 0;  // a transparent pixel
-constexpr int kOpaque = -1;     // in an expected row: any opaque pixel
 
 // The opaque pixel of a 15-bit colour, worked out here: 5 bits a channel,
 // times 8, as 0xAARRGGBB.
