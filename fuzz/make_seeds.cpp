@@ -831,6 +831,86 @@ void StagesSeeds() {
     Put(t, "edited", StagesInput(kStagesRoundTrip | kStagesEdited, edit));
 }
 
+// ---- The picture decoders (a 4-byte Extra, then the block), the WAV
+// writer and the art encoders.
+
+ByteArray PictureInput(int32_t extra, const ByteArray& block) {
+    ByteArray out;
+    LeWriter w(out);
+    w.I32(extra);
+    w.Bytes(block.data(), block.size());
+    return out;
+}
+
+// n u16 colours counting up from first by step, bit 15 on every third.
+ByteArray Colours(size_t n, uint32_t first, uint32_t step) {
+    ByteArray out;
+    LeWriter w(out);
+    for (size_t i = 0; i < n; ++i) w.U16(static_cast<uint16_t>(first + step * i | (i % 3 == 0 ? 0x8000u : 0u)));
+    return out;
+}
+
+void PictureSeeds() {
+    ByteArray land = sample::MakeLandArt(7, 3);
+    Put("fuzz_art_land", "land", PictureInput(0, land));
+    land.resize(2048, 0);
+    Put("fuzz_art_land", "land-2048", PictureInput(0, land));
+    land.resize(2023);
+    Put("fuzz_art_land", "short", PictureInput(0, land));
+
+    Put("fuzz_art_item", "item", PictureInput(0, sample::MakeStaticArt(7, 5)));
+    Put("fuzz_art_item", "item-2", PictureInput(0, sample::MakeStaticArt(9, 300)));
+    ByteArray item;  // 6 by 3: runs with gaps, a row sharing an end mark
+    LeWriter iw(item);
+    for (const int v :
+         {0, 0, 6, 3, 0, 9, 7, 1, 2, 0x421, 0x7C00, 1, 1, 0x801F, 0, 0, 0, 3, 0x3E0, 0, 0x1234, 2, 1, 0x7FFF, 0, 0})
+        iw.U16(static_cast<uint16_t>(v));
+    Put("fuzz_art_item", "gaps", PictureInput(0, item));
+
+    for (const auto& [width, height] : std::vector<std::pair<int32_t, int32_t>>{{9, 5}, {40, 30}, {1, 1}})
+        Put("fuzz_gump", "gump-" + std::to_string(width) + "x" + std::to_string(height),
+            PictureInput(width << 16 | height, sample::MakeGumpBlock(width, height, 3)));
+    Put("fuzz_gump", "claims-65535", PictureInput(-1, sample::MakeGumpBlock(4, 4, 1)));
+
+    Put("fuzz_texmap", "64", PictureInput(0, Colours(64 * 64, 5, 7)));
+    Put("fuzz_texmap", "128", PictureInput(1, Colours(128 * 128, 1, 3)));
+    Put("fuzz_texmap", "odd", PictureInput(0, Colours(100, 1, 1)));
+
+    ByteArray light(24 * 20);
+    for (size_t i = 0; i < light.size(); ++i) light[i] = static_cast<uint8_t>(i % 7 == 0 ? 255 - i % 32 : i % 32);
+    Put("fuzz_light", "24x20", PictureInput(20 << 16 | 24, light));
+    Put("fuzz_light", "square", PictureInput(16 << 16 | 16, ByteArray(light.begin(), light.begin() + 256)));
+
+    ByteArray client(708, 0), patch(1220, 0);
+    for (size_t hue = 0; hue < 8; ++hue) {
+        const ByteArray colours = Colours(34, static_cast<uint32_t>(hue * 100), 1);
+        std::copy(colours.begin(), colours.end(), client.begin() + static_cast<std::ptrdiff_t>(4 + 88 * hue));
+        std::copy(colours.begin(), colours.end(), patch.begin() + static_cast<std::ptrdiff_t>(4 + 152 * hue));
+    }
+    Put("fuzz_hues", "client", PictureInput(0, client));
+    Put("fuzz_hues", "patch", PictureInput(0, patch));
+
+    ByteArray map(196);
+    sample::MakeMapBlock(7, 512, 100, nullptr, map.data());
+    Put("fuzz_map_block", "map", PictureInput(0, map));
+
+    ByteArray sound(40, 0);
+    const std::string name = "bell.wav";
+    std::copy(name.begin(), name.end(), sound.begin());
+    for (size_t i = 0; i < 101; ++i) sound.push_back(static_cast<uint8_t>(i * 37));
+    Put("fuzz_sound_wave", "odd", sound);
+    sound.pop_back();
+    Put("fuzz_sound_wave", "even", sound);
+    Put("fuzz_sound_wave", "header-only", ByteArray(sound.begin(), sound.begin() + 40));
+
+    // Mode, width, height, palette count, palette, indices.
+    ByteArray picture{0, 11, 6, 3, 255, 0, 0, 255, 0, 0, 0, 255, 200, 0, 0, 0, 4, 4, 4, 255};
+    for (int i = 0; i < 12 * 7; ++i) picture.push_back(static_cast<uint8_t>(i * 5 % 7));
+    Put("fuzz_art_encode", "item", picture);
+    picture[0] = 1;
+    Put("fuzz_art_encode", "land", picture);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -854,6 +934,7 @@ int main(int argc, char** argv) {
     ConvertSeeds();
     ContainerSeeds();
     StagesSeeds();
+    PictureSeeds();
     std::error_code ignored;
     fs::remove_all(gTemp, ignored);
     std::printf("%d seed files written under %s\n", gWritten, gRoot.c_str());

@@ -1,5 +1,6 @@
 // Art blocks: land tiles (a diamond of 1012 colours) and items (rows of runs).
 #include <string>
+#include <utility>
 
 #include "base/ByteIO.h"
 #include "viewers/BlockPictures.h"
@@ -16,6 +17,7 @@ std::string At(int32_t y) { return " in row " + std::to_string(y); }
 }  // namespace
 
 bool DecodeArtLand(std::span<const uint8_t> bytes, BlockPicture& picture, std::string& why) {
+    picture = BlockPicture();
     if (bytes.size() < kLandBytes) {
         why = "a land tile is " + std::to_string(kLandBytes) + " bytes or more, this block has " +
               std::to_string(bytes.size());
@@ -34,6 +36,7 @@ bool DecodeArtLand(std::span<const uint8_t> bytes, BlockPicture& picture, std::s
 }
 
 bool DecodeArtItem(std::span<const uint8_t> bytes, BlockPicture& picture, std::string& why) {
+    picture = BlockPicture();
     if (bytes.size() < kItemHeadBytes) {
         why = "an item starts with 8 bytes of header, this block has " + std::to_string(bytes.size());
         return false;
@@ -55,28 +58,27 @@ bool DecodeArtItem(std::span<const uint8_t> bytes, BlockPicture& picture, std::s
         return false;
     }
     picture.Reset(width, height);
+    // A row is checked as it is drawn: a fault in a later row takes back
+    // what the rows before it drew.
+    const auto refuse = [&](std::string reason) {
+        why = std::move(reason);
+        picture = BlockPicture();
+        return false;
+    };
     for (int32_t y = 0; y < height; ++y) {
         const size_t offset = LoadU16(bytes.data() + kItemHeadBytes + 2 * static_cast<size_t>(y));
         size_t pos = dataStart + 2 * offset;
         int32_t x = 0;
         for (;;) {
-            if (pos + 4 > bytes.size()) {
-                why = "the data" + At(y) + " passes the end of the block";
-                return false;
-            }
+            if (pos + 4 > bytes.size()) return refuse("the data" + At(y) + " passes the end of the block");
             const int32_t skip = LoadU16(bytes.data() + pos);
             const int32_t length = LoadU16(bytes.data() + pos + 2);
             pos += 4;
             if (skip == 0 && length == 0) break;
             x += skip;
-            if (x + length > width) {
-                why = "a run" + At(y) + " passes the width of " + std::to_string(width);
-                return false;
-            }
-            if (pos + 2 * static_cast<size_t>(length) > bytes.size()) {
-                why = "the data" + At(y) + " passes the end of the block";
-                return false;
-            }
+            if (x + length > width) return refuse("a run" + At(y) + " passes the width of " + std::to_string(width));
+            if (pos + 2 * static_cast<size_t>(length) > bytes.size())
+                return refuse("the data" + At(y) + " passes the end of the block");
             // Colour 0 is a gap: the client draws nothing there.
             for (int32_t i = 0; i < length; ++i, pos += 2, ++x)
                 if (const uint16_t colour = LoadU16(bytes.data() + pos); colour != 0) picture.Set(x, y, OpaquePixel(colour));

@@ -8,6 +8,7 @@
 namespace quillet {
 
 bool DecodeGump(std::span<const uint8_t> bytes, int32_t Extra, BlockPicture& picture, std::string& why) {
+    picture = BlockPicture();
     const auto packed = static_cast<uint32_t>(Extra);
     const int32_t width = static_cast<int32_t>(packed >> 16);
     const int32_t height = static_cast<int32_t>(packed & 0xFFFF);

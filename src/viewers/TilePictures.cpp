@@ -23,6 +23,7 @@ std::string Bytes(size_t size) { return std::to_string(size) + " bytes"; }
 }  // namespace
 
 bool DecodeTexmap(std::span<const uint8_t> bytes, BlockPicture& picture, std::string& why) {
+    picture = BlockPicture();
     int32_t side = 0;
     if (bytes.size() == 64 * 64 * 2) side = 64;
     if (bytes.size() == 128 * 128 * 2) side = 128;
@@ -36,6 +37,7 @@ bool DecodeTexmap(std::span<const uint8_t> bytes, BlockPicture& picture, std::st
 }
 
 bool DecodeLight(std::span<const uint8_t> bytes, int32_t Extra, BlockPicture& picture, std::string& why) {
+    picture = BlockPicture();
     const auto packed = static_cast<uint32_t>(Extra);
     const int32_t width = static_cast<int32_t>(packed & 0xFFFF);
     const int32_t height = static_cast<int32_t>(packed >> 16);
@@ -57,6 +59,7 @@ bool DecodeLight(std::span<const uint8_t> bytes, int32_t Extra, BlockPicture& pi
 }
 
 bool DecodeHues(std::span<const uint8_t> bytes, BlockPicture& picture, std::string& why) {
+    picture = BlockPicture();
     // The client's group of 708 bytes, or the patch's form of 1220 with 64
     // bytes of 0 after each hue.
     size_t stride = 0;
@@ -79,6 +82,7 @@ bool DecodeHues(std::span<const uint8_t> bytes, BlockPicture& picture, std::stri
 }
 
 bool DecodeMapBlock(std::span<const uint8_t> bytes, BlockPicture& picture, std::string& why) {
+    picture = BlockPicture();
     if (bytes.size() < kMapBlockBytes) {
         why = "a map block is 196 bytes, this block has " + Bytes(bytes.size());
         return false;
