@@ -55,6 +55,9 @@ ByteArray EncodeArtItem(const PixelSource& Picture) {
     const int32_t height = Picture.Height();
     if (width < 1 || height < 1 || width > kLargestItemSide || height > kLargestItemSide)
         Fail("An item is made from a picture of 1 to 65535 pixels a side, not of " + SizeOf(Picture));
+    if (int64_t{width} * height > kMostPicturePixels)
+        Fail("An item is made from a picture of at most " + std::to_string(kMostPicturePixels) + " pixels, not of " +
+             SizeOf(Picture));
     ByteArray block;
     // At least the head and the row table, with the end mark of every row.
     block.reserve(8 + 6 * static_cast<size_t>(height));

@@ -11,6 +11,10 @@ namespace quillet {
 class PixelSource;
 
 inline constexpr uint8_t kArtFileID = 4;
+// The most pixels a picture of a block has: the art import makes no larger
+// item, and the decoders draw none. 4096 by 4096 is far beyond any picture
+// the client ships.
+inline constexpr int64_t kMostPicturePixels = int64_t{1} << 24;
 // Art blocks below this are land tiles, from it on items.
 inline constexpr int32_t kFirstItemBlock = 0x4000;
 // The side of a land tile's picture.
@@ -31,8 +35,8 @@ ByteArray EncodeArtLand(const PixelSource& Picture);
 // 0) and pure black become gaps, which the client leaves undrawn; any other
 // colour that the 5-bit channels would turn into 0 becomes the darkest grey
 // (8, 8, 8), so that it stays visible. A picture wider or higher than 65535,
-// or whose row data would start beyond what a 16-bit offset reaches, is a
-// failure.
+// of more than kMostPicturePixels, or whose row data would start beyond what
+// a 16-bit offset reaches, is a failure.
 ByteArray EncodeArtItem(const PixelSource& Picture);
 
 // Converts the picture into Art block Block (a land tile below 0x4000, an

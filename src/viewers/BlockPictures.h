@@ -14,11 +14,9 @@ namespace quillet {
 
 enum class PictureKind : uint8_t { None, ArtLand, ArtItem, Gump, Texmap, Light, Hues, MapBlock };
 
-// The most pixels a decoder makes: a picture whose stated size is larger
-// (a gump's Extra or an item's header can claim up to 65535 by 65535) is
-// refused before anything is allocated. 4096 by 4096 is far beyond any
-// picture the client ships.
-inline constexpr int64_t kMostPicturePixels = int64_t{1} << 24;
+// A picture whose stated size is larger than kMostPicturePixels (a gump's
+// Extra or an item's header can claim up to 65535 by 65535) is refused
+// before anything is allocated.
 
 PictureKind PictureKindOf(int FileID, int32_t Block);
 // Whether blocks of the type are pictures (Map, Art, Texmaps, Gumps, Hues, Light).

@@ -132,6 +132,10 @@ TEST(ArtEncodeTest, RefusedPictures) {
     // Three full rows of 65535: the second row starts at 65539 words, past
     // what its 16-bit offset can say.
     EXPECT_THROW(EncodeArtItem(PixelsOf(65535, 3, red)), Failure);
+    // Transparent but for one pixel, rows short enough for their offsets,
+    // yet more pixels than a picture may have: nothing could draw it.
+    EXPECT_THROW(EncodeArtItem(PixelsOf(4097, 4096, [](int32_t x, int32_t) { return x == 0 ? RGB{255, 0, 0, 255} : RGB{}; })),
+                 Failure);
     EXPECT_EQ(EncodeArtItem(PixelsOf(65535, 1, red)).size(), 8u + 2 + 4 + 2 * 65535 + 4);
 }
 
