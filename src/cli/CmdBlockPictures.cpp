@@ -49,7 +49,7 @@ bool WriteAll(int fd, const char* data, size_t count) {
 // memory, written in one piece to a temporary name beside its file and
 // renamed over it, so that a file of the folder is always a whole picture
 // (the old one or the new one) and a Ctrl-C leaves no half file; the files
-// are not synced one by one, which would cost far more than the encoding: a
+// are not synced one by one, which would cost more than the encoding: a
 // folder of pictures is output to look at and edit, made again at will.
 class PngFolderWriter {
 public:
