@@ -1,7 +1,7 @@
 // Benchmarks of the procedures that walk whole client files, each next to a
 // baseline that moves the same bytes with plain buffered reads and writes.
 //
-//   quillet_bench [--dir DIR] [--runs N]
+//   quillet_bench [--dir DIR] [--runs N] [--only CASE-PREFIX]
 //
 // The data is generated once (full-size map, statics, art, gumps, an old
 // verdata.mul of 20000 entries) into DIR, or into a fresh temporary directory
@@ -10,6 +10,9 @@
 // child times only the measured work, its preparation (a patch to draw, a
 // verdata.mul to export onto) is not counted. A failure logged by the
 // library during a run marks the case FAILED instead of giving a time.
+// The picture cases (11, 12) need the Qt adapter; 12a and 12b run the
+// quillet-cli built beside this program, as a user would, against QImage
+// alone, and print blocks per second too.
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -49,6 +52,17 @@
 #include "viewers/mStatics.h"
 #ifdef QUILLET_BENCH_GUI
 #include "BlockListModel.h"
+#endif
+#ifdef QUILLET_BENCH_PICTURES
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <QImage>
+
+#include "core/BlockRows.h"
+#include "qtpictures/PictureFiles.h"
+#include "qtpictures/PicturePreview.h"
+#include "viewers/BlockPictures.h"
 #endif
 
 namespace fs = std::filesystem;
@@ -164,7 +178,17 @@ struct Case {
     std::function<void()> prepare;
     std::function<bool()> work;      // false: the procedure answered failure
     std::function<void()> baseline;  // empty: no baseline
+    // A baseline that needs an untimed preparation of its own runs in a
+    // child as the case does: prepare, then work (both may be empty).
+    std::function<void()> childBaselinePrepare{};
+    std::function<bool()> childBaseline{};
+    // Blocks a run handles: when set, blocks per second are printed too.
+    int64_t blocks = 0;
 };
+
+// A work that times only part of what it does (a baseline that must decode
+// the pictures whose saving it measures) sets its own time here.
+double gOwnTimeMs = -1;
 
 struct RunResult {
     bool ok = false;
@@ -194,7 +218,7 @@ RunResult RunInChild(const Case& c) {
         if (c.prepare) c.prepare();
         const double start = NowMs();
         const bool answered = c.work();
-        double ms = NowMs() - start;
+        double ms = gOwnTimeMs >= 0 ? gOwnTimeMs : NowMs() - start;
         PatchDispose();
         if (!answered || logged > 0) ms = -1;
         const ssize_t written = ::write(fds[1], &ms, sizeof ms);
@@ -226,6 +250,17 @@ void Require(bool ok, const std::string& what, const std::string& error) {
     std::exit(1);
 }
 
+// Gump n of a full Gumps type: the gumps of gumpart.mul, and a small one
+// under every other number, so that each of the 65536 blocks has a picture.
+void FullGumpRecord(int32_t n, sample::IdxRecord& record) {
+    const sample::GumpOptions all;
+    sample::GumpRecord(all, n, record);
+    if (record.kind != sample::IdxRecord::Kind::Data) {
+        record.bytes = sample::MakeGumpBlock(8, 8, static_cast<uint32_t>(n));
+        record.extra = sample::GumpExtra(8, 8);
+    }
+}
+
 // The current client's containers: the sample set's (art on to 0x13FDB, the
 // whole 896 x 512 map in 112 entries, stored and zlib), and a gump container
 // of every gump of gumpart.mul, all flag 3, as the client has it.
@@ -239,14 +274,9 @@ void GenerateContainers() {
     ClientUOPWriter gumps(In("current/gumpartLegacyMUL.uop"));
     // Every gump of gumpart.mul, and a small one under every other number:
     // 65536 entries, as many as the client's container names.
-    const sample::GumpOptions all;
-    for (int32_t n = 0; n < all.records; ++n) {
+    for (int32_t n = 0; n < sample::GumpOptions{}.records; ++n) {
         sample::IdxRecord record;
-        sample::GumpRecord(all, n, record);
-        if (record.kind != sample::IdxRecord::Kind::Data) {
-            record.bytes = sample::MakeGumpBlock(8, 8, static_cast<uint32_t>(n));
-            record.extra = sample::GumpExtra(8, 8);
-        }
+        FullGumpRecord(n, record);
         ByteArray entry;
         LeWriter w(entry);
         w.I32(static_cast<int32_t>(static_cast<uint32_t>(record.extra) >> 16));
@@ -420,6 +450,85 @@ bool FillAllLists() {
 }
 #endif
 
+#ifdef QUILLET_BENCH_PICTURES
+constexpr int32_t kFullGumps = 65536;
+
+// A patch of a full Gumps type, saved once.
+void MakeFullGumpsMUO(const std::string& muo) {
+    if (fs::exists(muo)) return;
+    for (int32_t n = 0; n < kFullGumps; ++n) {
+        sample::IdxRecord record;
+        FullGumpRecord(n, record);
+        StoreBlock(kGumpsFileID, n, static_cast<int32_t>(record.bytes.size()), record.extra, record.bytes);
+    }
+    RecountBlocks(kGumpsFileID);
+    SaveMUO(muo);
+    PatchDispose();
+    PatchNew();
+}
+
+// Runs quillet-cli with args as a user would (its scratch file in the data
+// directory, stdout dropped, stderr kept for a failure); answers whether it
+// ended with exit status 0.
+bool RunCli(const std::vector<std::string>& args) {
+    const std::string errors = In("cli-stderr.txt");
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        // Plain descriptors, not freopen: that would flush this program's
+        // buffered output a second time from here.
+        ::setenv("TMPDIR", gDir.c_str(), 1);
+        const int quiet = ::open("/dev/null", O_WRONLY);
+        const int kept = ::open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (quiet < 0 || kept < 0 || ::dup2(quiet, STDOUT_FILENO) < 0 || ::dup2(kept, STDERR_FILENO) < 0) ::_exit(127);
+        std::vector<char*> argv{const_cast<char*>(QUILLET_CLI_PATH)};
+        for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+        argv.push_back(nullptr);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    int status = -1;
+    if (pid < 0 || ::waitpid(pid, &status, 0) != pid) return false;
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
+    std::fprintf(stderr, "  quillet-cli %s failed:\n", args.front().c_str());
+    std::FILE* text = std::fopen(errors.c_str(), "r");
+    char line[512];
+    for (int n = 0; text && n < 10 && std::fgets(line, sizeof line, text); ++n) std::fprintf(stderr, "    %s", line);
+    if (text) std::fclose(text);
+    return false;
+}
+
+size_t FilesIn(const std::string& dir) {
+    std::error_code failure;
+    size_t count = 0;
+    for (fs::directory_iterator entry(dir, failure); !failure && entry != fs::directory_iterator();
+         entry.increment(failure))
+        ++count;
+    return count;
+}
+
+// The largest gump of the sample client, by its pixels.
+struct LargestGump {
+    ByteArray bytes;
+    int32_t extra = 0;
+};
+LargestGump FindLargestGump() {
+    LargestGump largest;
+    int64_t most = 0;
+    const sample::GumpOptions options;
+    for (int32_t n = 0; n < options.records; ++n) {
+        sample::IdxRecord record;
+        sample::GumpRecord(options, n, record);
+        const int64_t pixels =
+            int64_t{static_cast<int32_t>(static_cast<uint32_t>(record.extra) >> 16)} * (record.extra & 0xFFFF);
+        if (record.kind != sample::IdxRecord::Kind::Data || pixels <= most) continue;
+        most = pixels;
+        largest.bytes = std::move(record.bytes);
+        largest.extra = record.extra;
+    }
+    return largest;
+}
+#endif
+
 std::string Fixed(double value, int decimals) {
     char text[64];
     std::snprintf(text, sizeof text, "%.*f", decimals, value);
@@ -469,6 +578,10 @@ int main(int argc, char** argv) {
 
     const std::string muo = In("map0.muo");
     std::unique_ptr<GeneratedPicture> picture;  // made untimed, in the child
+#ifdef QUILLET_BENCH_PICTURES
+    LargestGump largestGump;  // found untimed, in the child
+    const std::string fullGumps = In("gumps-full.muo");
+#endif
     const std::vector<Case> cases = {
         {"1 LoadMUL map + SaveMUO", nullptr,
          [&] {
@@ -614,6 +727,83 @@ int main(int argc, char** argv) {
              return PatchBlocks[kGumpsFileID].Count == 65536;
          },
          [&] { CopyFile(In("current/gumpartLegacyMUL.uop"), In("copy1.bin")); }},
+#ifdef QUILLET_BENCH_PICTURES
+        // What the preview shows when a row is selected: the largest gump
+        // of the sample client decoded and drawn into a room of 512 x 512.
+        {"11 preview, largest gump", [&] { largestGump = FindLargestGump(); },
+         [&] {
+             BlockPicture gump;
+             std::string why;
+             return DecodeGump(largestGump.bytes, largestGump.extra, gump, why) &&
+                    !PreviewImage(gump, QSize(512, 512)).isNull();
+         },
+         nullptr},
+        // quillet-cli itself on a patch of a full Gumps type, against QImage
+        // alone writing PNG files of the same pixels into a fresh folder
+        // (only its saves are timed, not the decoding that gives it the
+        // pixels) and reading them back.
+        {"12a picture --to-dir 65536 gumps",
+         [&] {
+             MakeFullGumpsMUO(fullGumps);
+             fs::remove_all(In("pictures"));
+         },
+         [&] {
+             return RunCli({"picture", "--patch", fullGumps, "--type", "gumps", "--blocks", "0-0xFFFF", "--to-dir",
+                            In("pictures")}) &&
+                    FilesIn(In("pictures")) == kFullGumps;
+         },
+         nullptr,
+         [&] {
+             MakeFullGumpsMUO(fullGumps);
+             LoadMUO(fullGumps, 0, 255, 0, INT32_MAX);
+             fs::remove_all(In("qimage-pictures"));
+             fs::create_directories(In("qimage-pictures"));
+         },
+         [&] {
+             gOwnTimeMs = 0;
+             BlockPicture gump;
+             std::string why;
+             int32_t saved = 0;
+             for (const int32_t block : ListedBlocks(kGumpsFileID)) {
+                 const ByteArray bytes = ReadBlockBytes(kGumpsFileID, block);
+                 if (!DecodeGump(bytes, Slot(kGumpsFileID, block).Extra, gump, why)) return false;
+                 const std::string path = In("qimage-pictures/Gumps_" + HexText(static_cast<uint32_t>(block)) + ".png");
+                 const double start = NowMs();
+                 const bool ok = ImageOf(gump).save(QString::fromStdString(path), "PNG");
+                 gOwnTimeMs += NowMs() - start;
+                 if (!ok) return false;
+                 ++saved;
+             }
+             return saved == kFullGumps;
+         },
+         kFullGumps},
+        {"12b gump --from-dir 65536 gumps",
+         [&] {
+             MakeFullGumpsMUO(fullGumps);
+             if (FilesIn(In("pictures")) != kFullGumps)  // when case 12a did not run
+                 RunCli({"picture", "--patch", fullGumps, "--type", "gumps", "--blocks", "0-0xFFFF", "--to-dir",
+                         In("pictures")});
+             fs::remove(In("imported.muo"));
+         },
+         [&] {
+             return RunCli({"gump", "--patch", In("imported.muo"), "--from-dir", In("pictures")}) &&
+                    fs::file_size(In("imported.muo")) > 45u + 16u * kFullGumps;
+         },
+         nullptr, nullptr,
+         [&] {
+             size_t read = 0;
+             DIR* folder = ::opendir(In("pictures").c_str());
+             while (dirent* entry = folder ? ::readdir(folder) : nullptr) {
+                 if (entry->d_name[0] == '.') continue;
+                 QImage image;
+                 if (!image.load(QString::fromStdString(In("pictures/") + entry->d_name))) break;
+                 ++read;
+             }
+             if (folder) ::closedir(folder);
+             return read == kFullGumps;
+         },
+         kFullGumps},
+#endif
     };
 
 #ifdef QUILLET_BENCH_GUI
@@ -624,7 +814,7 @@ int main(int argc, char** argv) {
     std::printf(
         "cases 8a, 8b: the 1 GB block is put into the scratch file directly (untimed, but in the peak);\n"
         "the peak is that of the whole child, the memory it shares with this program included\n");
-    std::printf("%-26s %10s %12s %7s %10s\n", "case", "median ms", "baseline ms", "ratio", "peak MiB");
+    std::printf("%-44s %10s %12s %7s %10s\n", "case", "median ms", "baseline ms", "ratio", "peak MiB");
     int failures = 0;
     for (const Case& c : cases) {
         if (c.name.rfind(only, 0) != 0) continue;
@@ -644,6 +834,12 @@ int main(int argc, char** argv) {
                 c.baseline();
                 baseTimes.push_back(NowMs() - start);
             }
+            if (c.childBaseline) {
+                ::sync();
+                const RunResult base = RunInChild({c.name, c.childBaselinePrepare, c.childBaseline, nullptr});
+                ok = ok && base.ok;
+                baseTimes.push_back(base.ms);
+            }
         }
         std::error_code ignored;
         fs::remove_all(In("export"), ignored);
@@ -653,8 +849,16 @@ int main(int argc, char** argv) {
         const std::string ms = ok ? Fixed(Median(times), 1) : "FAILED";
         const std::string base = baseTimes.empty() ? "-" : Fixed(Median(baseTimes), 1);
         const std::string ratio = ok && !baseTimes.empty() ? Fixed(Median(times) / Median(baseTimes), 2) : "-";
-        std::printf("%-26s %10s %12s %7s %10s\n", c.name.c_str(), ms.c_str(), base.c_str(), ratio.c_str(),
+        std::printf("%-44s %10s %12s %7s %10s\n", c.name.c_str(), ms.c_str(), base.c_str(), ratio.c_str(),
                     Fixed(static_cast<double>(peakKb) / 1024.0, 1).c_str());
+        if (ok && c.blocks > 0)
+            std::printf("  %lld blocks: %s blocks/s%s\n", static_cast<long long>(c.blocks),
+                        Fixed(static_cast<double>(c.blocks) * 1000.0 / Median(times), 0).c_str(),
+                        baseTimes.empty()
+                            ? ""
+                            : (", baseline " + Fixed(static_cast<double>(c.blocks) * 1000.0 / Median(baseTimes), 0) +
+                               " blocks/s")
+                                  .c_str());
         std::fflush(stdout);
         if (!ok) ++failures;
     }

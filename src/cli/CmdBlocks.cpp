@@ -4,18 +4,29 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "actions/mBlockCommands.h"
+#include "actions/mBlockPictures.h"
 #include "cli/CommandHelpers.h"
 #include "cli/Commands.h"
 #include "cli/FrontEnd.h"
 #include "cli/Session.h"
 #include "core/BlockRows.h"
-#include "actions/mBlockCommands.h"
 #include "core/mPatch.h"
 
 namespace quillet::cli {
 namespace {
 
 const OptionSpec kBlockOption{"--block", "N", "the block number (decimal, or 0x hex)"};
+constexpr int kSoundFileID = 8;
+
+// "x.wav", "X.WAV": the name asks for a WAV file.
+bool NamesWave(const std::string& path) {
+    if (path.size() < 4) return false;
+    std::string end = path.substr(path.size() - 4);
+    for (char& c : end)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return end == ".wav";
+}
 
 int RunExtract(CommandContext& context) {
     const int fileId = ParseType(context.args.Required("--type"));
@@ -23,6 +34,13 @@ int RunExtract(CommandContext& context) {
     const std::string& to = context.args.Required("--to");
     PatchSession patch(context.args, PatchAccess::Read);
     RequireBytes(fileId, block);
+    if (fileId == kSoundFileID && NamesWave(to)) {
+        if (const Result wrote = ExportSoundWave(block, to); !wrote) {
+            if (wrote.WasLogged()) return StatusOf(wrote);
+            throw CommandError(wrote.Text() + "; " + to + " was not written");
+        }
+        return patch.Finish();
+    }
     if (!ExportBlockToFile(fileId, block, to)) throw CommandError(BlockName(fileId, block) + " was not written");
     return patch.Finish();
 }
@@ -79,14 +97,22 @@ int RunFlag(CommandContext& context) {
 }  // namespace
 
 void AddBlockCommands(std::vector<CommandSpec>& table) {
-    table.push_back({"extract",
-                     "write a block's raw bytes to a file, exactly as a dat file",
-                     {"extract --patch P --type T --block N --to FILE"},
-                     {PatchOption(), NoWaitOption(), TypeOption(), kBlockOption,
-                      {"--to", "FILE", "the file to write; an existing file is replaced whole"}},
-                     "A block that is not in the patch, or that has no bytes, is a failure (exit status 1) and "
-                     "writes nothing.",
-                     RunExtract});
+    table.push_back(
+        {"extract",
+         "write a block's raw bytes to a file, exactly as a dat file, or a Sound block as a WAV file",
+         {"extract --patch P --type T --block N --to FILE", "extract --patch P --type sound --block N --to OUT.wav"},
+         {PatchOption(),
+          NoWaitOption(),
+          TypeOption(),
+          kBlockOption,
+          {"--to", "FILE", "the file to write; an existing file is replaced whole"}},
+         "A block that is not in the patch, or that has no bytes, is a failure (exit status 1) and "
+         "writes nothing.\n\n"
+         "A Sound block written to a name ending in .wav (any case) becomes a WAV file: the block's "
+         "16-bit mono samples at 22050 Hz, without its 40-byte header (the sound's name). A Sound "
+         "block of 40 bytes or fewer has no samples: a failure, and nothing is written. Any other "
+         "name, and every other type, gets the raw bytes.",
+         RunExtract});
     table.push_back({"replace",
                      "replace a block that the patch has with the bytes of a dat file",
                      {"replace --patch P --type T --block N --from FILE [--out FILE]"},

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "actions/mPageJobs.h"
+#include "cli/CommandHelpers.h"
 #include "cli/Commands.h"
 #include "cli/FrontEnd.h"
 #include "cli/Session.h"
@@ -67,20 +68,9 @@ int RunRender(CommandContext& context) {
     const ParsedArgs& args = context.args;
     const int fileId = ParsePage(args.Required("--page"));
     const std::string& to = args.Required("--to");
-    const std::optional<std::string> radarcol = args.Optional("--radarcol");
-    if (radarcol) {
-        if (!RegularFile(*radarcol)) throw CommandError(*radarcol + ": no such file");
-        if (::access(radarcol->c_str(), R_OK) != 0) throw CommandError(*radarcol + ": cannot be read");
-    }
-
-    // The radar colours of the file named, else the client's own, as the
-    // GUI's patch start loads them.
+    const std::optional<std::string> radarcol = RadarcolOption(args);
     PatchSession patch(args, PatchAccess::Read);
-    const std::string colours = radarcol ? *radarcol : ClientLocation().UO2DPath + "radarcol.mul";
-    if (!radarcol && !RegularFile(colours))
-        PrintMessage("warning: no radar colour file (" + colours +
-                     " is not there): every block is drawn black; name one with --radarcol");
-    if (const Result loaded = LoadRadarColors(colours); !loaded) return StatusOf(loaded);
+    if (const Result loaded = LoadRadarColours(radarcol); !loaded) return StatusOf(loaded);
 
     PixelPicture picture;
     if (!DrawPage(picture, fileId)) {

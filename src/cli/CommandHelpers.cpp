@@ -4,8 +4,11 @@
 #include <unistd.h>
 
 #include "actions/mImportJobs.h"
+#include "actions/mPageJobs.h"
+#include "cli/FrontEnd.h"
 #include "core/BlockRows.h"
 #include "core/mPatch.h"
+#include "support/Services.h"
 
 namespace quillet::cli {
 
@@ -46,6 +49,21 @@ std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::
     if (!args.Has(option))
         throw UsageError("missing " + option + ": " + type.Name + " blocks are found through an index file");
     return args.Required(option);
+}
+
+std::optional<std::string> RadarcolOption(const ParsedArgs& args) {
+    std::optional<std::string> radarcol = args.Optional("--radarcol");
+    if (radarcol) RequireReadableFile(*radarcol);
+    return radarcol;
+}
+
+Result LoadRadarColours(const std::optional<std::string>& radarcol) {
+    const std::string colours = radarcol ? *radarcol : ClientLocation().UO2DPath + "radarcol.mul";
+    struct stat info {};
+    if (!radarcol && (::stat(colours.c_str(), &info) != 0 || !S_ISREG(info.st_mode)))
+        PrintMessage("warning: no radar colour file (" + colours +
+                     " is not there): every block is drawn black; name one with --radarcol");
+    return LoadRadarColors(colours);
 }
 
 void RequirePresent(int FileID, int32_t Block) {

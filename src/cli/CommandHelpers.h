@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "base/Result.h"
 #include "cli/Args.h"
 
 namespace quillet::cli {
@@ -24,6 +25,15 @@ void RequireReadableFile(const std::string& path);
 // which have none (then nothing is answered).
 std::optional<std::string> ClientIndexOption(const ParsedArgs& args, const std::string& option, int FileID,
                                              const std::string& MULFile);
+
+// --radarcol F of the commands that draw map blocks (render, picture),
+// checked before the patch is opened: a CommandError unless F is a regular
+// file that can be read.
+std::optional<std::string> RadarcolOption(const ParsedArgs& args);
+// Loads the radar colours of that file, else of the client's radarcol.mul,
+// as the GUI's patch start does; when the client has none, a warning says
+// that every block is drawn black.
+Result LoadRadarColours(const std::optional<std::string>& radarcol);
 
 // A CommandError unless the block is in the patch.
 void RequirePresent(int FileID, int32_t Block);

@@ -13,6 +13,7 @@ std::vector<CommandSpec> BuildCommandTable() {
     AddCompareCommands(table);
     AddGumpCommands(table);
     AddPictureCommands(table);
+    AddBlockPictureCommands(table);
     AddSampleCommands(table);
     return table;
 }

@@ -35,7 +35,8 @@ void AddImportCommands(std::vector<CommandSpec>& table);   // import
 void AddExportCommands(std::vector<CommandSpec>& table);   // export
 void AddSampleCommands(std::vector<CommandSpec>& table);   // sample-client
 void AddCompareCommands(std::vector<CommandSpec>& table);  // compare
-void AddGumpCommands(std::vector<CommandSpec>& table);     // gump
+void AddGumpCommands(std::vector<CommandSpec>& table);     // gump, art
+void AddBlockPictureCommands(std::vector<CommandSpec>& table);  // picture
 void AddPictureCommands(std::vector<CommandSpec>& table);  // render, client
 
 // delete --rect: a rectangle of map or statics blocks (in the picture group).
