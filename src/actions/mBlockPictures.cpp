@@ -157,8 +157,9 @@ Result ImportPictures(int FileID, const std::vector<PictureInput>& inputs, const
                        std::unique_ptr<PixelSource> picture;
                        if (!reader(i, picture, why) || !picture) return false;
                        before.emplace_back(input.Block, Slot(FileID, input.Block));
-                       const bool converted =
-                           gumps ? Gump_LoadBMP(*picture, input.Block) : Art_LoadPicture(*picture, input.Block);
+                       // One recount for the whole batch, at its end.
+                       const bool converted = gumps ? Gump_LoadBMP(*picture, input.Block, false)
+                                                    : Art_LoadPicture(*picture, input.Block, false);
                        if (!converted) {
                            why = "cannot be made into " + BlockName(FileID, input.Block);
                            return false;
@@ -166,6 +167,7 @@ Result ImportPictures(int FileID, const std::vector<PictureInput>& inputs, const
                        progress.Done(i + 1);
                    }
                    failedName.clear();
+                   RecountBlocks(FileID);
                    return true;
                });
     if (job.Ok()) return job;

@@ -94,12 +94,12 @@ ByteArray EncodeArtItem(const PixelSource& Picture) {
     return block;
 }
 
-bool Art_LoadPicture(const PixelSource& Picture, int32_t Block) {
+bool Art_LoadPicture(const PixelSource& Picture, int32_t Block, bool Recount) {
     try {
         Slot(kArtFileID, Block);  // a block outside the slots is refused before any work
         const ByteArray bytes = Block < kFirstItemBlock ? EncodeArtLand(Picture) : EncodeArtItem(Picture);
         StoreBlock(kArtFileID, Block, ToLong(static_cast<int64_t>(bytes.size())), -1, bytes);
-        RecountBlocks(kArtFileID);
+        if (Recount) RecountBlocks(kArtFileID);
         return true;
     } catch (...) {
         gError.Log("mArt.Art_LoadPicture");

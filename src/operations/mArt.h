@@ -44,7 +44,8 @@ ByteArray EncodeArtItem(const PixelSource& Picture);
 // there, Extra is -1 (an art block keeps nothing there), and Art is
 // recounted; answers true. A Block outside the Art slots or a picture that
 // the encoder refuses is a failure, logged as "mArt.Art_LoadPicture", that
-// answers false and leaves the slot and the DataFile as they were.
-bool Art_LoadPicture(const PixelSource& Picture, int32_t Block);
+// answers false and leaves the slot and the DataFile as they were. A batch
+// passes Recount false and recounts once at its end.
+bool Art_LoadPicture(const PixelSource& Picture, int32_t Block, bool Recount = true);
 
 }  // namespace quillet

@@ -58,7 +58,7 @@ private:
 
 }  // namespace
 
-bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block) {
+bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block, bool Recount) {
     try {
         const int32_t width = Picture.Width();
         const int32_t height = Picture.Height();
@@ -94,7 +94,7 @@ bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block) {
 
         const ByteArray& bytes = gump.Bytes();
         StoreBlock(kGumpsFileID, Block, ToLong(static_cast<int64_t>(bytes.size())), extra, bytes);
-        RecountBlocks(kGumpsFileID);
+        if (Recount) RecountBlocks(kGumpsFileID);
         return true;
     } catch (...) {
         gError.Log("mGumps.Gump_LoadBMP");

@@ -41,7 +41,8 @@ public:
 // Gumps slots (0..65535), a Width or Height above 32767 (the halves of Extra)
 // or below 1, or a block whose row table cannot hold its row starts, is a
 // failure, logged as "mGumps.Gump_LoadBMP", that answers false: the slot and
-// the DataFile are then left as they were.
-bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block);
+// the DataFile are then left as they were. A batch of conversions passes
+// Recount false and recounts once at its end.
+bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block, bool Recount = true);
 
 }  // namespace quillet

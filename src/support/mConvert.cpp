@@ -1,6 +1,7 @@
 #include "support/mConvert.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace quillet {
@@ -35,15 +36,34 @@ int32_t ColorFrom555(int32_t v) {
     return red + 256 * green + 65536 * blue;
 }
 
+namespace {
+
+// The 5-bit value of each channel value 0..255, by the rule of ColorTo555:
+// red divided by 8.1, green and blue by 8, rounded, held at 31 (a channel of
+// 252 or more would round to 32 and run into the next field). Worked out
+// once; a picture's conversion then looks up three numbers a pixel.
+struct ChannelTables {
+    std::array<int32_t, 256> red{};
+    std::array<int32_t, 256> other{};
+    ChannelTables() {
+        for (int32_t value = 0; value < 256; ++value) {
+            red[static_cast<size_t>(value)] = static_cast<int32_t>(std::min(std::nearbyint(value / 8.1), 31.0));
+            other[static_cast<size_t>(value)] = static_cast<int32_t>(std::min(std::nearbyint(value / 8.0), 31.0));
+        }
+    }
+};
+
+const ChannelTables& Channels() {
+    static const ChannelTables tables;
+    return tables;
+}
+
+}  // namespace
+
 int32_t ColorTo555(int32_t color) {
     const auto c = static_cast<uint32_t>(color);
-    const double red = c & 0xFF, green = (c >> 8) & 0xFF, blue = (c >> 16) & 0xFF;
-    // A channel of 252 or more would round to 32 and run into the next field:
-    // it is held at 31, the brightest value 5 bits can carry.
-    const double r = std::min(std::nearbyint(red / 8.1), 31.0);
-    const double g = std::min(std::nearbyint(green / 8.0), 31.0);
-    const double b = std::min(std::nearbyint(blue / 8.0), 31.0);
-    return static_cast<int32_t>(std::nearbyint(r * 1024 + g * 32 + b));
+    const ChannelTables& channels = Channels();
+    return channels.red[c & 0xFF] * 1024 + channels.other[(c >> 8) & 0xFF] * 32 + channels.other[(c >> 16) & 0xFF];
 }
 
 }  // namespace quillet

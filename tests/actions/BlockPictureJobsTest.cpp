@@ -71,5 +71,36 @@ TEST_F(BlockPictureJobsTest, ArtImportUnderItsWaitText) {
     EXPECT_EQ(Slot(4, 0x3FFF).Offset, -1);
 }
 
+// A batch is all or nothing: a picture that cannot be read puts back every
+// slot the batch had changed, a block named twice included; a batch that
+// ends well is counted once.
+TEST_F(BlockPictureJobsTest, PictureBatchesAreAllOrNothing) {
+    StoreBlock(kGumps, 7, 8, 2 << 16 | 1, Bytes().le(1).le16(0x7C00).le16(2).b);
+    RecountBlocks(kGumps);
+    const PatchBlock kept = Slot(kGumps, 7);
+    const std::vector<PictureInput> batch = {{"a.png", 7}, {"b.png", 9}, {"c.png", 7}, {"d.png", 11}};
+    const auto readUpTo = [](size_t last) {
+        return [last](size_t index, std::unique_ptr<PixelSource>& picture, std::string& why) {
+            if (index > last) {
+                why = "unreadable";
+                return false;
+            }
+            picture = std::make_unique<OnePixel>();
+            return true;
+        };
+    };
+    const Result failed = ImportPictures(kGumps, batch, readUpTo(2));
+    EXPECT_EQ(failed.Text(), "d.png: unreadable");
+    EXPECT_EQ(Slot(kGumps, 7).Offset, kept.Offset);
+    EXPECT_EQ(Slot(kGumps, 7).Extra, kept.Extra);
+    EXPECT_EQ(Slot(kGumps, 9).Offset, -1);
+    EXPECT_EQ(PatchBlocks[kGumps].Count, 1);
+
+    ASSERT_TRUE(ImportPictures(kGumps, batch, readUpTo(3)).Ok());
+    EXPECT_EQ(PatchBlocks[kGumps].Count, 3);
+    EXPECT_EQ(Slot(kGumps, 7).Extra, 1 << 16 | 1);
+    EXPECT_FALSE(ImportPictures(kSound, batch, readUpTo(3)).Ok());
+}
+
 }  // namespace
 }  // namespace quillet
