@@ -13,6 +13,7 @@
 // The picture cases (11, 12) need the Qt adapter; 12a and 12b run the
 // quillet-cli built beside this program, as a user would, against QImage
 // alone, and print blocks per second too.
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -31,6 +32,7 @@
 #include <string>
 #include <vector>
 
+#include "actions/mClientCompare.h"
 #include "actions/mStart.h"
 #include "base/cError.h"
 #include "core/BlockRows.h"
@@ -55,7 +57,6 @@
 #endif
 #ifdef QUILLET_BENCH_PICTURES
 #include <dirent.h>
-#include <fcntl.h>
 
 #include <QImage>
 
@@ -122,6 +123,20 @@ uint64_t ReadFile(const std::string& from) {
     while ((got = std::fread(chunk.data(), 1, chunk.size(), in)) > 0) sum += static_cast<unsigned char>(chunk[got - 1]);
     std::fclose(in);
     return sum;
+}
+
+// What cat does with a file: read() into one buffer of its size (128 KiB),
+// the bytes going nowhere.
+void CatFile(const std::string& from) {
+    const int in = ::open(from.c_str(), O_RDONLY);
+    if (in < 0) {
+        std::fprintf(stderr, "baseline: cannot open %s\n", from.c_str());
+        std::exit(1);
+    }
+    static std::vector<char> chunk(size_t{128} << 10);
+    while (::read(in, chunk.data(), chunk.size()) > 0) {
+    }
+    ::close(in);
 }
 
 // ---- A picture page over plain memory
@@ -289,13 +304,29 @@ void GenerateContainers() {
     gumps.Finish();
 }
 
+// Two whole clients by their files' names, as links to the data: the new
+// one has the map with 1% of its blocks changed.
+const char* const kClientFiles[] = {"map0.mul",   "staidx0.mul", "statics0.mul", "artidx.mul",   "art.mul",
+                                    "gumpidx.mul", "gumpart.mul", "tiledata.mul", "hues.mul", "radarcol.mul"};
+void GenerateClients() {
+    for (const char* side : {"client-base", "client-new"}) {
+        fs::remove_all(In(side));
+        fs::create_directories(In(side));
+        for (const char* name : kClientFiles) {
+            const bool changed = std::string(side) == "client-new" && std::string(name) == "map0.mul";
+            fs::create_symlink(In(changed ? "map0-changed.mul" : name), In(std::string(side) + "/" + name));
+        }
+    }
+}
+
 void Generate() {
     std::string error;
     const auto t0 = NowMs();
     // The generator makes its files new: those of an earlier run in a --dir
     // given again go first.
     for (const char* name : {"map0.mul", "map0-changed.mul", "staidx0.mul", "statics0.mul", "artidx.mul", "art.mul",
-                             "gumpidx.mul", "gumpart.mul", "radarcol.mul", "verdata-old.mul"})
+                             "gumpidx.mul", "gumpart.mul", "radarcol.mul", "verdata-old.mul", "tiledata.mul",
+                             "hues.mul"})
         fs::remove(In(name));
     Require(sample::WriteMap(In("map0.mul"), sample::kMapColumns, sample::kMapRows, 1, &error), "map0.mul", error);
     Require(sample::WriteChangedMap(In("map0-changed.mul"), sample::kMapColumns, sample::kMapRows, 1,
@@ -309,7 +340,10 @@ void Generate() {
             "gumps", error);
     Require(sample::WriteRadarcol(In("radarcol.mul"), 1, &error), "radarcol.mul", error);
     Require(sample::WriteSampleVerdata(In("verdata-old.mul"), kVerdataEntries, 1, &error), "verdata-old.mul", error);
+    Require(sample::WriteTiledata(In("tiledata.mul"), 1, &error), "tiledata.mul", error);
+    Require(sample::WriteHues(In("hues.mul"), 375, 1, &error), "hues.mul", error);
     GenerateContainers();
+    GenerateClients();
     std::printf("generated data in %s (%.0f ms)\n", gDir.c_str(), NowMs() - t0);
 }
 
@@ -727,6 +761,18 @@ int main(int argc, char** argv) {
              return PatchBlocks[kGumpsFileID].Count == 65536;
          },
          [&] { CopyFile(In("current/gumpartLegacyMUL.uop"), In("copy1.bin")); }},
+        // Every type of two clients compared into a patch, against cat of
+        // all their files.
+        {"13 whole-client compare, map 1%", nullptr,
+         [&] {
+             const ClientComparePlan plan = PlanClientCompare(In("client-base"), In("client-new"));
+             return plan.Both.size() == 7 && CompareClients(plan).Ok() &&  // map, statics, art, gumps, tiles, hues, colours
+                    PatchBlocks[0].Count > 0;
+         },
+         [&] {
+             for (const char* side : {"client-base/", "client-new/"})
+                 for (const char* name : kClientFiles) CatFile(In(std::string(side) + name));
+         }},
 #ifdef QUILLET_BENCH_PICTURES
         // What the preview shows when a row is selected: the largest gump
         // of the sample client decoded and drawn into a room of 512 x 512.

@@ -19,6 +19,21 @@
 
 namespace quillet {
 
+// The blocks of a run whose bytes differ between two sources (rising), and
+// the other source's bytes of each where the run held them whole: at At[k]
+// in OtherBytes, Size bytes; -1 where they must be read again.
+struct RunDifferences {
+    std::vector<int32_t> Blocks;
+    std::vector<int64_t> At;
+    ByteArray OtherBytes;
+
+    void Clear() {
+        Blocks.clear();
+        At.clear();
+        OtherBytes.clear();
+    }
+};
+
 class BlockReader {
 public:
     virtual ~BlockReader() = default;
@@ -46,13 +61,13 @@ public:
     virtual int64_t cBlocksIn(int64_t First, int64_t Last) = 0;
     virtual int64_t cExtent() = 0;  // block numbers the file speaks for
     // Compares blocks First..First+Count-1 here and in other as whole runs
-    // of bytes, where both sources can: answers true with, in Differing, the
-    // blocks of the range whose bytes differ (rising); every other block of
-    // the range has the same Size on both sides and, above 0, the same bytes.
+    // of bytes, where both sources can: answers true with, in Differences,
+    // the blocks of the range whose bytes differ; every other block of the
+    // range has the same Size on both sides and, above 0, the same bytes.
     // False means "not known": the caller compares the blocks one by one.
     // No source needs to know.
-    virtual bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::vector<int32_t>& Differing) {
-        (void)other, (void)First, (void)Count, (void)Differing;
+    virtual bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDifferences& Differences) {
+        (void)other, (void)First, (void)Count, (void)Differences;
         return false;
     }
     virtual int32_t cClose() = 0;

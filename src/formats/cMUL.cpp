@@ -17,12 +17,13 @@ namespace {
 constexpr int32_t kRecordSize = 12;
 
 // Where two byte ranges of count bytes first differ; count if nowhere. The
-// library's memcmp goes a stretch at a time, the byte by byte search only
-// through the stretch that differs.
+// library's memcmp goes a long stretch at a time, then a short one through
+// the long stretch that differs; bytes are looked at one by one only in the
+// short stretch that differs.
 size_t FirstDifference(const uint8_t* one, const uint8_t* two, size_t count) {
-    constexpr size_t kStretch = 256;
     size_t at = 0;
-    while (at + kStretch <= count && std::memcmp(one + at, two + at, kStretch) == 0) at += kStretch;
+    for (const size_t stretch : {size_t{4096}, size_t{64}})
+        while (at + stretch <= count && std::memcmp(one + at, two + at, stretch) == 0) at += stretch;
     return static_cast<size_t>(std::mismatch(one + at, one + count, two + at).first - one);
 }
 
@@ -175,7 +176,7 @@ bool cMUL::RunOf(int32_t First, int32_t Count, int64_t& start, int64_t& length, 
     return true;
 }
 
-bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::vector<int32_t>& Differing) {
+bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDifferences& Differences) {
     auto* that = dynamic_cast<cMUL*>(&other);
     if (that == nullptr || that == this || MULFile == 0 || that->MULFile == 0 || First < 0 || Count < 1) return false;
     int64_t start1 = 0;
@@ -187,7 +188,8 @@ bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::ve
         length = int64_t{Count} * ConstantIndex;
         start1 = Offset + int64_t{First} * ConstantIndex;
         start2 = that->Offset + int64_t{First} * ConstantIndex;
-        for (int32_t k = 0; k < Count; ++k) runBlocks_.push_back({int64_t{k + 1} * ConstantIndex, First + k});
+        for (int32_t k = 0; k < Count; ++k)
+            runBlocks_.push_back({int64_t{k} * ConstantIndex, int64_t{k + 1} * ConstantIndex, First + k});
     } else {
         std::vector<int32_t> sizes1;
         std::vector<int32_t> sizes2;
@@ -196,8 +198,12 @@ bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::ve
             sizes1 != sizes2)
             return false;
         int64_t end = 0;
-        for (int32_t k = 0; k < Count; ++k)
-            if (sizes1[static_cast<size_t>(k)] > 0) runBlocks_.push_back({end += sizes1[static_cast<size_t>(k)], First + k});
+        for (int32_t k = 0; k < Count; ++k) {
+            const int32_t size = sizes1[static_cast<size_t>(k)];
+            if (size < 1) continue;
+            runBlocks_.push_back({end, end + size, First + k});
+            end += size;
+        }
     }
     // Within both files: what lies past an end reads as zeros and is noted,
     // which the walk does block by block.
@@ -207,7 +213,7 @@ bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::ve
     that->runBuffer_.resize(std::max(that->runBuffer_.size(), kPiece));
     const uint8_t* one = runBuffer_.data();
     const uint8_t* two = that->runBuffer_.data();
-    Differing.clear();
+    Differences.Clear();
     auto block = runBlocks_.begin();  // the first block not yet passed
     for (int64_t done = 0; done < length;) {
         const auto piece = static_cast<size_t>(std::min<int64_t>(length - done, kPiece));
@@ -222,7 +228,14 @@ bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::ve
             const int64_t where = done + static_cast<int64_t>(at);
             block = std::upper_bound(block, runBlocks_.end(), where,
                                      [](int64_t position, const RunBlock& b) { return position < b.End; });
-            Differing.push_back(block->Block);
+            Differences.Blocks.push_back(block->Block);
+            // The other side's bytes of the block, while the piece holds them
+            // whole: the caller stores them without reading them again.
+            const bool whole = block->Start >= done && block->End <= done + static_cast<int64_t>(piece);
+            Differences.At.push_back(whole ? static_cast<int64_t>(Differences.OtherBytes.size()) : -1);
+            if (whole)
+                Differences.OtherBytes.insert(Differences.OtherBytes.end(), two + (block->Start - done),
+                                              two + (block->End - done));
             at = static_cast<size_t>(std::min<int64_t>(block->End - done, static_cast<int64_t>(piece)));
             ++block;
         }

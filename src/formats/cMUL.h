@@ -70,7 +70,7 @@ public:
     // within both IDX files, are compared as one run of bytes. Anything else
     // (a block that reaches past the end of its file, a gap between blocks,
     // Sizes that differ) is left to the block by block walk.
-    bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, std::vector<int32_t>& Differing) override;
+    bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDifferences& Differences) override;
     // The MUL file's length while it is open.
     int64_t cLength() const { return mulLength_; }
     // Writes block IndexNumber: in place if it fits where it was, else at the
@@ -107,6 +107,7 @@ private:
     bool RunOf(int32_t First, int32_t Count, int64_t& start, int64_t& length, std::vector<int32_t>& sizes);
     // The run's block ends, from the run's start, of the blocks with bytes.
     struct RunBlock {
+        int64_t Start;
         int64_t End;
         int32_t Block;
     };

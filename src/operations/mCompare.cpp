@@ -58,6 +58,24 @@ bool SameBlocks(BlockReader& base, BlockReader& altered, int32_t Size, CompareBu
     return std::memcmp(one, two, static_cast<size_t>(Size)) == 0;
 }
 
+// Stores the altered side of block Block, whose head the altered source has
+// just read (Size2, Extra2), into the patch: a block of Size below 1 present
+// and empty with its Size as it came (-1, 0, ...), a Hues group converted,
+// any other block with its bytes read again from the altered source.
+void StoreAltered(BlockReader& altered, uint8_t FileID, int32_t Block, int32_t Size2, int32_t Extra2,
+                  CompareBuffers& buffers, CompareCounts& counts) {
+    if (Size2 < 1) {
+        StoreBlock(FileID, Block, Size2, Extra2, nullptr);
+    } else if (FileID == kHuesFileID) {
+        buffers.group.resize(static_cast<size_t>(Size2));  // the type's constant size
+        altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
+        StoreMULBlock(FileID, Block, Size2, Extra2, buffers.group, buffers.hues);
+    } else {
+        StoreBlockFrom(FileID, Block, Size2, Extra2, altered.cDataAgain());
+    }
+    ++counts.Stored;
+}
+
 // Compares block Block on both open sources and stores the altered side
 // when it differs. Sizes decide first; bytes only when both sizes are the
 // same and above 0, so two empty blocks are equal only with the same size:
@@ -74,18 +92,7 @@ void CompareBlock(BlockReader& base, BlockReader& altered, uint8_t FileID, int32
     const bool bothEmpty = size1 < 1 && size2 < 1;
     const bool differs = (size1 != size2 && !(oneContainer && bothEmpty)) ||
                          (size1 == size2 && size1 > 0 && !SameBlocks(base, altered, size1, buffers));
-    if (!differs) return;
-    // Read again from the altered side, into the DataFile.
-    if (size2 < 1) {
-        StoreBlock(FileID, Block, size2, extra2, nullptr);  // Size kept as it came: -1, 0, ...
-    } else if (FileID == kHuesFileID) {
-        buffers.group.resize(static_cast<size_t>(size2));  // the type's constant size
-        altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
-        StoreMULBlock(FileID, Block, size2, extra2, buffers.group, buffers.hues);
-    } else {
-        StoreBlockFrom(FileID, Block, size2, extra2, altered.cDataAgain());
-    }
-    ++counts.Stored;
+    if (differs) StoreAltered(altered, FileID, Block, size2, extra2, buffers, counts);
 }
 
 // Blocks are taken in runs of this many: where both sources can compare a
@@ -96,11 +103,29 @@ void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64
                   CompareBuffers& buffers, CountingPoint& progress, CompareCounts& counts) {
     const bool oneContainer =
         (dynamic_cast<cClientUOP*>(&base) != nullptr) != (dynamic_cast<cClientUOP*>(&altered) != nullptr);
-    std::vector<int32_t> differing;
+    RunDifferences differing;
     for (int64_t run = First; run <= Last; run += kRunBlocks) {
         const int64_t runLast = std::min(Last, run + kRunBlocks - 1);
         if (base.cCompareRun(altered, ToLong(run), ToLong(runLast - run + 1), differing)) {
-            for (const int32_t block : differing) CompareBlock(base, altered, FileID, block, oneContainer, buffers, counts);
+            // Their bytes are known to differ: only the altered side's head is
+            // read, and its bytes where the run did not keep them.
+            for (size_t k = 0; k < differing.Blocks.size(); ++k) {
+                const int32_t block = differing.Blocks[k];
+                int32_t extra2 = 0;
+                const int32_t size2 = altered.cLoadHead(block, extra2);
+                if (differing.At[k] < 0) {
+                    StoreAltered(altered, FileID, block, size2, extra2, buffers, counts);
+                    continue;
+                }
+                const uint8_t* bytes = differing.OtherBytes.data() + differing.At[k];
+                if (FileID == kHuesFileID) {
+                    buffers.group.assign(bytes, bytes + size2);
+                    StoreMULBlock(FileID, block, size2, extra2, buffers.group, buffers.hues);
+                } else {
+                    StoreBlock(FileID, block, size2, extra2, bytes);
+                }
+                ++counts.Stored;
+            }
             counts.Compared += runLast - run + 1;
             progress.TickMany(runLast - run + 1, runLast);
             continue;

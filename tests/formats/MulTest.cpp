@@ -263,11 +263,19 @@ TEST_F(MulTest, RunsCompareWholeRunsAndNameTheBlocksThatDiffer) {
     cMUL a, b, c;
     ASSERT_EQ(a.cOpen("", Path("a.mul"), 196, 40, 0), 0);
     ASSERT_EQ(b.cOpen("", Path("b.mul"), 196, 40, 0), 0);
-    std::vector<int32_t> differing;
+    RunDifferences differing;
     ASSERT_TRUE(a.cCompareRun(b, 0, 40, differing));
-    EXPECT_EQ(differing, (std::vector<int32_t>{3, 4, 39}));
+    EXPECT_EQ(differing.Blocks, (std::vector<int32_t>{3, 4, 39}));
+    // The other side's bytes of each, as it holds them.
+    ASSERT_EQ(differing.At.size(), 3u);
+    for (size_t k = 0; k < 3; ++k) {
+        const auto from = two.begin() + 196 * differing.Blocks[k];
+        ASSERT_GE(differing.At[k], 0);
+        EXPECT_EQ(ByteArray(differing.OtherBytes.begin() + differing.At[k], differing.OtherBytes.begin() + differing.At[k] + 196),
+                  ByteArray(from, from + 196));
+    }
     ASSERT_TRUE(a.cCompareRun(b, 5, 30, differing));
-    EXPECT_TRUE(differing.empty());
+    EXPECT_TRUE(differing.Blocks.empty());
     EXPECT_FALSE(a.cCompareRun(b, 30, 11, differing));  // block 40 lies past both ends
     ASSERT_EQ(c.cOpen("", Path("b.mul"), 98, 80, 0), 0);
     EXPECT_FALSE(a.cCompareRun(c, 0, 10, differing));  // another block size
@@ -289,7 +297,9 @@ TEST_F(MulTest, RunsCompareWholeRunsAndNameTheBlocksThatDiffer) {
     ASSERT_EQ(gap.cOpen(Path("g.idx"), Path("p.mul"), 0, 0, 0), 0);
     ASSERT_EQ(sizes.cOpen(Path("s.idx"), Path("p.mul"), 0, 0, 0), 0);
     ASSERT_TRUE(p.cCompareRun(q, 0, 4, differing));
-    EXPECT_EQ(differing, std::vector<int32_t>{2});
+    EXPECT_EQ(differing.Blocks, std::vector<int32_t>{2});
+    EXPECT_EQ(ByteArray(differing.OtherBytes.begin() + differing.At[0], differing.OtherBytes.end()),
+              ByteArray(moved.begin() + 20, moved.begin() + 30));
     EXPECT_FALSE(p.cCompareRun(gap, 0, 4, differing));
     EXPECT_FALSE(p.cCompareRun(sizes, 0, 4, differing));
     EXPECT_FALSE(p.cCompareRun(q, 0, 5, differing));  // record 4 lies past both index files
