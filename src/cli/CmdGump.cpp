@@ -99,8 +99,8 @@ int RunFolder(const ParsedArgs& args, const PictureImportKind& kind) {
     });
     for (size_t i = 1; i < inputs.size(); ++i)
         if (inputs[i].Block == inputs[i - 1].Block)
-            throw CommandError(inputs[i - 1].Name + " and " + inputs[i].Name + " are both " + type.Name + " block " +
-                               HexText(static_cast<uint32_t>(inputs[i].Block)));
+            throw CommandError(inputs[i - 1].Name + " and " + inputs[i].Name + " are both " +
+                               quillet::BlockName(kind.fileId, inputs[i].Block));
     if (ignored > 0)
         PrintMessage(std::to_string(ignored) + (ignored == 1 ? " file" : " files") + " in " + dir +
                      " ignored: not named " + type.Name + "_<HEX>.png (or .bmp, .jpg, .jpeg, .gif)");

@@ -506,8 +506,7 @@ void frmStart::lvPage_DblClick(int index) {
         return;
     }
     frmHexView* view = HexView();
-    view->LoadData(bytes, QString::fromStdString(FileTypes[static_cast<size_t>(id)].Name) + " block " +
-                              QString::fromStdString(HexText(static_cast<uint32_t>(block))));
+    view->LoadData(bytes, QString::fromStdString(BlockName(id, block)));
     // A block that is a picture is shown as one above its bytes; one that
     // cannot be drawn shows its bytes alone, and the preview beside the list says why.
     BlockPicture picture;

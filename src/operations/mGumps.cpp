@@ -1,6 +1,7 @@
 #include "operations/mGumps.h"
 
 #include <string>
+#include <vector>
 
 #include "base/Checked.h"
 #include "core/mPatch.h"
@@ -20,10 +21,14 @@ constexpr int32_t kLargestRowStart = 0xFFFFFF;
 // Width and Height are packed as 16-bit signed halves of Extra.
 constexpr int32_t kLargestSide = 32767;
 
-uint16_t ColourAt(const PixelSource& Picture, int32_t x, int32_t y) {
-    const PixelSource::RGB pixel = Picture.Pixel(x, y);
-    const int32_t colour = pixel.Red + 256 * pixel.Green + 65536 * pixel.Blue;
-    return static_cast<uint16_t>(ColorTo555(colour) & 0xFFFF);  // the low two bytes
+// The colours of row y by ColorTo555, in out (the low two bytes of each).
+void RowColours(const PixelSource& Picture, int32_t y, std::vector<PixelSource::RGB>& pixels,
+                std::vector<uint16_t>& out) {
+    Picture.Row(y, pixels.data());
+    const ChannelsTo555& channels = ChannelTables555();
+    for (size_t x = 0; x < pixels.size(); ++x)
+        out[x] = static_cast<uint16_t>(channels.Red[pixels[x].Red] * 1024 + channels.Other[pixels[x].Green] * 32 +
+                                       channels.Other[pixels[x].Blue]);
 }
 
 // The block buffer as it grows, one run at a time.
@@ -73,13 +78,16 @@ bool Gump_LoadBMP(const PixelSource& Picture, int32_t Block, bool Recount) {
         const int32_t extra = MakeLong(ToInteger(height), ToInteger(width));
 
         GumpWriter gump(height);
+        std::vector<PixelSource::RGB> pixels(static_cast<size_t>(width));
+        std::vector<uint16_t> colours(static_cast<size_t>(width));
         for (int32_t y = 0; y < height; ++y) {
             const int32_t rowStart = gump.Used();
+            RowColours(Picture, y, pixels, colours);
             // The row's first pixel opens its first run, so no run has length 0.
-            uint16_t current = ColourAt(Picture, 0, y);
+            uint16_t current = colours[0];
             int32_t length = 0;
             for (int32_t x = 0; x < width; ++x) {
-                const uint16_t colour = ColourAt(Picture, x, y);
+                const uint16_t colour = colours[static_cast<size_t>(x)];
                 if (colour == current) {
                     ++length;
                 } else {

@@ -32,6 +32,11 @@ public:
     virtual int32_t Height() const = 0;
     // 0 <= x < Width, 0 <= y < Height.
     virtual RGB Pixel(int32_t x, int32_t y) const = 0;
+    // Row y whole, Width pixels into out: one call a row for the
+    // conversions, which a source may serve faster than pixel by pixel.
+    virtual void Row(int32_t y, RGB* out) const {
+        for (int32_t x = 0; x < Width(); ++x) out[x] = Pixel(x, y);
+    }
 };
 
 // Converts the picture into Gumps block Block: Size, Extra and the block's

@@ -17,9 +17,16 @@ public:
     int32_t Width() const override;
     int32_t Height() const override;
     RGB Pixel(int32_t x, int32_t y) const override;
+    void Row(int32_t y, RGB* out) const override;
 
 private:
+    const QRgb* Line(int32_t y) const {
+        return reinterpret_cast<const QRgb*>(bits_ + static_cast<qsizetype>(y) * stride_);
+    }
+
     QImage image_;
+    const uchar* bits_;  // the converted picture's rows, read without a call a pixel
+    qsizetype stride_;
 };
 
 }  // namespace quillet

@@ -36,34 +36,25 @@ int32_t ColorFrom555(int32_t v) {
     return red + 256 * green + 65536 * blue;
 }
 
-namespace {
-
-// The 5-bit value of each channel value 0..255, by the rule of ColorTo555:
-// red divided by 8.1, green and blue by 8, rounded, held at 31 (a channel of
-// 252 or more would round to 32 and run into the next field). Worked out
-// once; a picture's conversion then looks up three numbers a pixel.
-struct ChannelTables {
-    std::array<int32_t, 256> red{};
-    std::array<int32_t, 256> other{};
-    ChannelTables() {
+const ChannelsTo555& ChannelTables555() {
+    // Red divided by 8.1, green and blue by 8, rounded, held at 31 (a channel
+    // of 252 or more would round to 32 and run into the next field). Worked
+    // out once; a picture's conversion then looks up three numbers a pixel.
+    static const ChannelsTo555 tables = [] {
+        ChannelsTo555 made;
         for (int32_t value = 0; value < 256; ++value) {
-            red[static_cast<size_t>(value)] = static_cast<int32_t>(std::min(std::nearbyint(value / 8.1), 31.0));
-            other[static_cast<size_t>(value)] = static_cast<int32_t>(std::min(std::nearbyint(value / 8.0), 31.0));
+            made.Red[static_cast<size_t>(value)] = static_cast<uint8_t>(std::min(std::nearbyint(value / 8.1), 31.0));
+            made.Other[static_cast<size_t>(value)] = static_cast<uint8_t>(std::min(std::nearbyint(value / 8.0), 31.0));
         }
-    }
-};
-
-const ChannelTables& Channels() {
-    static const ChannelTables tables;
+        return made;
+    }();
     return tables;
 }
 
-}  // namespace
-
 int32_t ColorTo555(int32_t color) {
     const auto c = static_cast<uint32_t>(color);
-    const ChannelTables& channels = Channels();
-    return channels.red[c & 0xFF] * 1024 + channels.other[(c >> 8) & 0xFF] * 32 + channels.other[(c >> 16) & 0xFF];
+    const ChannelsTo555& channels = ChannelTables555();
+    return channels.Red[c & 0xFF] * 1024 + channels.Other[(c >> 8) & 0xFF] * 32 + channels.Other[(c >> 16) & 0xFF];
 }
 
 }  // namespace quillet

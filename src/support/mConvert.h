@@ -1,5 +1,6 @@
 #pragma once
 // Little-endian numbers in byte arrays and the client's 16-bit colours.
+#include <array>
 #include <cstdint>
 
 #include "base/ByteIO.h"
@@ -17,5 +18,13 @@ int32_t BytesToLong(const ByteArray& bytes, int32_t Start, int32_t Length);
 int32_t ColorFrom555(int32_t v);
 // Colour value to 5 bits per channel (red divided by 8.1, the others by 8).
 int32_t ColorTo555(int32_t color);
+
+// The 5-bit value ColorTo555 gives each channel value 0..255, for a
+// conversion of many pixels: colour = Red[r] * 1024 + Other[g] * 32 + Other[b].
+struct ChannelsTo555 {
+    std::array<uint8_t, 256> Red{};
+    std::array<uint8_t, 256> Other{};
+};
+const ChannelsTo555& ChannelTables555();
 
 }  // namespace quillet
