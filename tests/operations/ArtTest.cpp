@@ -7,6 +7,7 @@
 
 #include "base/Checked.h"
 #include "core/mPatch.h"
+#include "operations/FakePicture.h"
 #include "operations/OperationsTestUtil.h"
 #include "operations/mArt.h"
 #include "operations/mGumps.h"
@@ -17,23 +18,6 @@ namespace {
 
 using namespace test;
 using RGB = PixelSource::RGB;
-
-// A picture in memory, pixel (x, y) from a function.
-class PixelsOf : public PixelSource {
-public:
-    PixelsOf(int32_t width, int32_t height, std::function<RGB(int32_t, int32_t)> pixel)
-        : width_(width), height_(height), pixel_(std::move(pixel)) {}
-    int32_t Width() const override { return width_; }
-    int32_t Height() const override { return height_; }
-    RGB Pixel(int32_t x, int32_t y) const override {
-        if (x < 0 || x >= width_ || y < 0 || y >= height_) ADD_FAILURE() << "pixel " << x << "," << y << " read";
-        return pixel_(x, y);
-    }
-
-private:
-    int32_t width_, height_;
-    std::function<RGB(int32_t, int32_t)> pixel_;
-};
 
 const RGB kClearRed{255, 0, 0, 0};
 const RGB kBlack{0, 0, 0, 255};
@@ -57,7 +41,7 @@ TEST(ArtEncodeTest, LandTileRoundTrip) {
         return {static_cast<uint8_t>(8 * ((x + y) % 32)), static_cast<uint8_t>(8 * (x % 32)),
                 static_cast<uint8_t>(8 * (y % 32)), 255};
     };
-    const ByteArray block = EncodeArtLand(PixelsOf(44, 44, pixel));
+    const ByteArray block = EncodeArtLand(FakePicture(44, 44, pixel));
     ASSERT_EQ(block.size(), 2048u);
     EXPECT_EQ(ByteArray(block.begin() + 2024, block.end()), ByteArray(24, 0));
     const BlockPicture tile = Decode(true, block);
@@ -80,7 +64,7 @@ TEST(ArtEncodeTest, ItemRoundTripWithGaps) {
         {kBlack, kBlack, kClearRed, kBlack, kBlack, kBlack},
         {{8, 16, 24, 255}, kClearRed, kClearRed, kClearRed, kClearRed, {248, 248, 248, 255}},
     };
-    const PixelsOf picture(6, 3,
+    const FakePicture picture(6, 3,
                            [&](int32_t x, int32_t y) { return rows[static_cast<size_t>(y)][static_cast<size_t>(x)]; });
     const BlockPicture item = Decode(false, EncodeArtItem(picture));
     const RGB grey{8, 8, 8, 255};
@@ -101,7 +85,7 @@ TEST(ArtEncodeTest, ItemRoundTripWithGaps) {
 TEST(ArtEncodeTest, ItemBytes) {
     // 3 by 2: red, gap, green / all gaps. Row 0: skip 0 length 1, then skip 1
     // (counted from the end of the last run) length 1, end; row 1: end.
-    const PixelsOf picture(3, 2, [](int32_t x, int32_t y) -> RGB {
+    const FakePicture picture(3, 2, [](int32_t x, int32_t y) -> RGB {
         if (y == 1 || x == 1) return kClearRed;
         return x == 0 ? RGB{255, 0, 0, 255} : RGB{0, 255, 0, 255};
     });
@@ -114,40 +98,40 @@ TEST(ArtEncodeTest, ItemBytes) {
                                           .b);
     // clang-format on
     // A single pixel; and an all-gap picture keeps its size.
-    EXPECT_EQ(EncodeArtItem(PixelsOf(1, 1,
+    EXPECT_EQ(EncodeArtItem(FakePicture(1, 1,
                                      [](int32_t, int32_t) {
                                          return RGB{0, 0, 248, 255};
                                      })),
               Bytes().le(0).le16(1).le16(1).le16(0).le16(0).le16(1).le16(31).le16(0).le16(0).b);
-    EXPECT_EQ(EncodeArtItem(PixelsOf(2, 1, [](int32_t, int32_t) { return kBlack; })),
+    EXPECT_EQ(EncodeArtItem(FakePicture(2, 1, [](int32_t, int32_t) { return kBlack; })),
               Bytes().le(0).le16(2).le16(1).le16(0).le16(0).le16(0).b);
 }
 
 TEST(ArtEncodeTest, RefusedPictures) {
     const auto red = [](int32_t, int32_t) { return RGB{255, 0, 0, 255}; };
     for (const auto& [width, height] : std::vector<std::pair<int32_t, int32_t>>{{43, 44}, {44, 45}, {0, 0}, {88, 88}})
-        EXPECT_THROW(EncodeArtLand(PixelsOf(width, height, red)), Failure) << width << " by " << height;
+        EXPECT_THROW(EncodeArtLand(FakePicture(width, height, red)), Failure) << width << " by " << height;
     for (const auto& [width, height] : std::vector<std::pair<int32_t, int32_t>>{{0, 5}, {5, 0}, {65536, 1}, {1, 65536}})
-        EXPECT_THROW(EncodeArtItem(PixelsOf(width, height, red)), Failure) << width << " by " << height;
+        EXPECT_THROW(EncodeArtItem(FakePicture(width, height, red)), Failure) << width << " by " << height;
     // Three full rows of 65535: the second row starts at 65539 words, past
     // what its 16-bit offset can say.
-    EXPECT_THROW(EncodeArtItem(PixelsOf(65535, 3, red)), Failure);
+    EXPECT_THROW(EncodeArtItem(FakePicture(65535, 3, red)), Failure);
     // Transparent but for one pixel, rows short enough for their offsets,
     // yet more pixels than a picture may have: nothing could draw it.
-    EXPECT_THROW(EncodeArtItem(PixelsOf(4097, 4096, [](int32_t x, int32_t) { return x == 0 ? RGB{255, 0, 0, 255} : RGB{}; })),
+    EXPECT_THROW(EncodeArtItem(FakePicture(4097, 4096, [](int32_t x, int32_t) { return x == 0 ? RGB{255, 0, 0, 255} : RGB{}; })),
                  Failure);
-    EXPECT_EQ(EncodeArtItem(PixelsOf(65535, 1, red)).size(), 8u + 2 + 4 + 2 * 65535 + 4);
+    EXPECT_EQ(EncodeArtItem(FakePicture(65535, 1, red)).size(), 8u + 2 + 4 + 2 * 65535 + 4);
 }
 
 using ArtLoadTest = OperationsTest;
 
 TEST_F(ArtLoadTest, PicturesIntoTheSlot) {
-    const PixelsOf land(44, 44, [](int32_t x, int32_t) { return RGB{static_cast<uint8_t>(x * 5), 0, 0, 255}; });
+    const FakePicture land(44, 44, [](int32_t x, int32_t) { return RGB{static_cast<uint8_t>(x * 5), 0, 0, 255}; });
     StoreBlock(kArt, 0x10, 3, 77, Text("abc"));
     ASSERT_TRUE(Art_LoadPicture(land, 0x10));
     ExpectBlock(kArt, 0x10, 2048, -1, EncodeArtLand(land));
 
-    const PixelsOf item(3, 2, [](int32_t x, int32_t y) { return x == y ? kBlack : RGB{0, 0, 255, 255}; });
+    const FakePicture item(3, 2, [](int32_t x, int32_t y) { return x == y ? kBlack : RGB{0, 0, 255, 255}; });
     ASSERT_TRUE(Art_LoadPicture(item, 0x4002));
     const ByteArray bytes = EncodeArtItem(item);
     ExpectBlock(kArt, 0x4002, static_cast<int32_t>(bytes.size()), -1, bytes);
@@ -162,8 +146,8 @@ TEST_F(ArtLoadTest, RefusalsLeaveSlotAndDataFileAlone) {
     StoreBlock(kArt, 0x4005, 3, 78, Text("def"));
     const int64_t dataBefore = DataFileHandle.Size();
     PatchBlocks[kArt].Count = 42;  // no recount on a failure
-    const PixelsOf small(40, 40, [](int32_t, int32_t) { return RGB{255, 0, 0, 255}; });
-    const PixelsOf empty(0, 3, [](int32_t, int32_t) { return kBlack; });
+    const FakePicture small(40, 40, [](int32_t, int32_t) { return RGB{255, 0, 0, 255}; });
+    const FakePicture empty(0, 3, [](int32_t, int32_t) { return kBlack; });
     EXPECT_FALSE(Art_LoadPicture(small, 5));
     EXPECT_FALSE(Art_LoadPicture(empty, 0x4005));
     EXPECT_FALSE(Art_LoadPicture(small, -1));

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "core/mPatch.h"
+#include "operations/FakePicture.h"
 #include "operations/OperationsTestUtil.h"
 #include "operations/mGumps.h"
 
@@ -11,30 +12,6 @@ namespace {
 
 using namespace test;
 using RGB = PixelSource::RGB;
-
-// A picture whose pixels come from a function, so that a very wide one
-// costs no memory.
-class FakePicture : public PixelSource {
-public:
-    FakePicture(int32_t width, int32_t height, std::function<RGB(int32_t, int32_t)> pixel)
-        : width_(width), height_(height), pixel_(std::move(pixel)) {}
-    // From rows of pixels.
-    explicit FakePicture(std::vector<std::vector<RGB>> rows)
-        : FakePicture(rows.empty() ? 0 : static_cast<int32_t>(rows[0].size()), static_cast<int32_t>(rows.size()),
-                      [rows](int32_t x, int32_t y) { return rows[static_cast<size_t>(y)][static_cast<size_t>(x)]; }) {}
-
-    int32_t Width() const override { return width_; }
-    int32_t Height() const override { return height_; }
-    RGB Pixel(int32_t x, int32_t y) const override {
-        if (x < 0 || x >= width_ || y < 0 || y >= height_) ADD_FAILURE() << "pixel " << x << "," << y << " read";
-        return pixel_(x, y);
-    }
-
-private:
-    int32_t width_;
-    int32_t height_;
-    std::function<RGB(int32_t, int32_t)> pixel_;
-};
 
 const RGB kBlack{0, 0, 0};
 const RGB kRed{255, 0, 0};
