@@ -61,15 +61,21 @@ bool SameBlocks(BlockReader& base, BlockReader& altered, int32_t Size, CompareBu
 // Stores the altered side of block Block, whose head the altered source has
 // just read (Size2, Extra2), into the patch: a block of Size below 1 present
 // and empty with its Size as it came (-1, 0, ...), a Hues group converted,
-// any other block with its bytes read again from the altered source.
+// any other block with its bytes: those of Kept where a run kept them, else
+// read again from the altered source.
 void StoreAltered(BlockReader& altered, uint8_t FileID, int32_t Block, int32_t Size2, int32_t Extra2,
-                  CompareBuffers& buffers, CompareCounts& counts) {
+                  const uint8_t* Kept, CompareBuffers& buffers, CompareCounts& counts) {
     if (Size2 < 1) {
         StoreBlock(FileID, Block, Size2, Extra2, nullptr);
     } else if (FileID == kHuesFileID) {
         buffers.group.resize(static_cast<size_t>(Size2));  // the type's constant size
-        altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
+        if (Kept != nullptr)
+            std::memcpy(buffers.group.data(), Kept, buffers.group.size());
+        else
+            altered.cDataAgain().Read(buffers.group.data(), buffers.group.size());
         StoreMULBlock(FileID, Block, Size2, Extra2, buffers.group, buffers.hues);
+    } else if (Kept != nullptr) {
+        StoreBlock(FileID, Block, Size2, Extra2, Kept);
     } else {
         StoreBlockFrom(FileID, Block, Size2, Extra2, altered.cDataAgain());
     }
@@ -92,7 +98,7 @@ void CompareBlock(BlockReader& base, BlockReader& altered, uint8_t FileID, int32
     const bool bothEmpty = size1 < 1 && size2 < 1;
     const bool differs = (size1 != size2 && !(oneContainer && bothEmpty)) ||
                          (size1 == size2 && size1 > 0 && !SameBlocks(base, altered, size1, buffers));
-    if (differs) StoreAltered(altered, FileID, Block, size2, extra2, buffers, counts);
+    if (differs) StoreAltered(altered, FileID, Block, size2, extra2, nullptr, buffers, counts);
 }
 
 // Blocks are taken in runs of this many: where both sources can compare a
@@ -110,21 +116,10 @@ void CompareRange(BlockReader& base, BlockReader& altered, uint8_t FileID, int64
             // Their bytes are known to differ: only the altered side's head is
             // read, and its bytes where the run did not keep them.
             for (size_t k = 0; k < differing.Blocks.size(); ++k) {
-                const int32_t block = differing.Blocks[k];
                 int32_t extra2 = 0;
-                const int32_t size2 = altered.cLoadHead(block, extra2);
-                if (differing.At[k] < 0) {
-                    StoreAltered(altered, FileID, block, size2, extra2, buffers, counts);
-                    continue;
-                }
-                const uint8_t* bytes = differing.OtherBytes.data() + differing.At[k];
-                if (FileID == kHuesFileID) {
-                    buffers.group.assign(bytes, bytes + size2);
-                    StoreMULBlock(FileID, block, size2, extra2, buffers.group, buffers.hues);
-                } else {
-                    StoreBlock(FileID, block, size2, extra2, bytes);
-                }
-                ++counts.Stored;
+                const int32_t size2 = altered.cLoadHead(differing.Blocks[k], extra2);
+                const uint8_t* kept = differing.At[k] < 0 ? nullptr : differing.OtherBytes.data() + differing.At[k];
+                StoreAltered(altered, FileID, differing.Blocks[k], size2, extra2, kept, buffers, counts);
             }
             counts.Compared += runLast - run + 1;
             progress.TickMany(runLast - run + 1, runLast);
