@@ -28,6 +28,16 @@ echo "== Importing the whole sample map and drawing its page to $work/map.png"
 # The small sample map has the first 64 columns: blocks 0 to 64 * 512 - 1.
 "$cli" import --patch "$work/world.muo" --type map --mul "$work/client/map0.mul" --blocks 0-32767
 "$cli" render --patch "$work/world.muo" --page map --radarcol "$work/client/radarcol.mul" --to "$work/map.png"
+echo "== The sample client's gumps as pictures in $work/gumps, and back into a patch"
+"$cli" import --patch "$work/gumps.muo" --type gumps --mul "$work/client/gumpart.mul" \
+  --idx "$work/client/gumpidx.mul" --blocks 0-0x3FF
+"$cli" picture --patch "$work/gumps.muo" --type gumps --blocks 0-0x3FF --to-dir "$work/gumps"
+ls "$work/gumps" | head -n 4
+"$cli" gump --patch "$work/gumps-again.muo" --from-dir "$work/gumps"
+"$cli" info --patch "$work/gumps-again.muo" | grep Gumps
+echo "== Comparing the sample client with its current twin, every type at once"
+"$cli" compare --patch "$work/clients.muo" --base-dir "$work/client" --new-dir "$work/client/current" \
+  --types art,gumps,sound 2>&1 | grep -v '^warning'
 echo "== Writing the patch into a copy of the client's verdata.mul"
 mkdir -p "$work/export"
 cp "$work/client/verdata.mul" "$work/export/verdata.mul"
