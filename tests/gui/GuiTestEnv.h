@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 #include <QTreeWidget>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,15 @@ public:
         WaitHooks hooks = CurrentWaitHooks();
         hooks.message = [this](const std::string& text) { messages.push_back(text); };
         hooks.warning = [this](const std::string& text) { warnings.push_back(text); };
+        InstallWaitHooks(hooks);
+    }
+    // seen hears every Wait_Start, after the front end's own hook has run.
+    static void OnWaitStart(std::function<void(const std::string& text)> seen) {
+        WaitHooks hooks = CurrentWaitHooks();
+        hooks.start = [start = hooks.start, seen = std::move(seen)](const std::string& text) {
+            if (start) start(text);
+            seen(text);
+        };
         InstallWaitHooks(hooks);
     }
 

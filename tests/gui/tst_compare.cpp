@@ -45,13 +45,7 @@ private Q_SLOTS:
         PatchNew();
         MenuRefresh();
         env.CaptureMessages();
-        WaitHooks hooks = CurrentWaitHooks();
-        auto start = hooks.start;
-        hooks.start = [this, start](const std::string& text) {
-            start(text);
-            waits.push_back(QString::fromStdString(text));
-        };
-        InstallWaitHooks(hooks);
+        guitest::Environment::OnWaitStart([this](const std::string& text) { waits.push_back(QString::fromStdString(text)); });
         // Two clients with a map and hues; the new one differs in Map block 2
         // and Hues group 1; only the base one has radar colours.
         QVERIFY(QDir().mkpath(env.Path("base")) && QDir().mkpath(env.Path("new")));

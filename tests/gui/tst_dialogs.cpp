@@ -141,14 +141,9 @@ private Q_SLOTS:
         PatchNew();
         MenuRefresh();
         env.CaptureMessages();
-        WaitHooks hooks = CurrentWaitHooks();
-        auto start = hooks.start;
-        hooks.start = [this, start](const std::string& text) {
-            start(text);
-            waits.push_back(
-                {QString::fromStdString(text), watched && watched->isVisible(), form->mnuOpen->isEnabled()});
-        };
-        InstallWaitHooks(hooks);
+        guitest::Environment::OnWaitStart([this](const std::string& text) {
+            waits.push_back({QString::fromStdString(text), watched && watched->isVisible(), form->mnuOpen->isEnabled()});
+        });
     }
 
     // Captions, lists and first texts of each dialog as it opens.
