@@ -230,8 +230,10 @@ bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDiff
                                      [](int64_t position, const RunBlock& b) { return position < b.End; });
             Differences.Blocks.push_back(block->Block);
             // The other side's bytes of the block, while the piece holds them
-            // whole: the caller stores them without reading them again.
-            const bool whole = block->Start >= done && block->End <= done + static_cast<int64_t>(piece);
+            // whole: the caller stores them without reading them again. Runs
+            // that differ everywhere keep at most a piece's worth.
+            const bool whole = block->Start >= done && block->End <= done + static_cast<int64_t>(piece) &&
+                               Differences.OtherBytes.size() + static_cast<size_t>(block->End - block->Start) <= kPiece;
             Differences.At.push_back(whole ? static_cast<int64_t>(Differences.OtherBytes.size()) : -1);
             if (whole)
                 Differences.OtherBytes.insert(Differences.OtherBytes.end(), two + (block->Start - done),
