@@ -164,10 +164,15 @@ size_t ReadWindow::Read(const BinaryFile& file, int64_t position, uint8_t* out, 
     return count;
 }
 
-const uint8_t* ReadWindow::View(const BinaryFile& file, int64_t position, size_t count, std::vector<uint8_t>& spare) {
-    if (Serve(file, position, count)) return buffer_.data() + (position - start_);
+const uint8_t* ReadWindow::View(const BinaryFile& file, int64_t position, size_t count, std::vector<uint8_t>& spare,
+                               size_t* fromFile) {
+    if (Serve(file, position, count)) {
+        if (fromFile) *fromFile = count;
+        return buffer_.data() + (position - start_);
+    }
     spare.resize(count);
-    file.ReadAt(position, spare.data(), count);
+    const size_t got = file.ReadAt(position, spare.data(), count);
+    if (fromFile) *fromFile = got;
     return spare.data();
 }
 
@@ -177,21 +182,17 @@ void ReadWindow::Reset() {
     end_ = -1;
 }
 
-FileWriter::FileWriter(BinaryFile& file, int64_t start, size_t window)
-    : file_(file), window_(window), start_(start) {
-    buffer_.reserve(window);
-}
+FileWriter::FileWriter(BinaryFile& file, int64_t start, size_t window) : file_(file), buffer_(window), start_(start) {}
 
-void FileWriter::Write(const uint8_t* data, size_t count) {
-    if (buffer_.size() + count > window_) {
-        Flush();
-        if (count >= window_) {
-            if (!file_.WriteAt(start_, data, count)) Failed();
-            start_ += static_cast<int64_t>(count);
-            return;
-        }
+void FileWriter::WriteThrough(const uint8_t* data, size_t count) {
+    Flush();
+    if (count >= buffer_.size()) {
+        if (!file_.WriteAt(start_, data, count)) Failed();
+        start_ += static_cast<int64_t>(count);
+        return;
     }
-    buffer_.insert(buffer_.end(), data, data + count);
+    std::memcpy(buffer_.data(), data, count);
+    used_ = count;
 }
 
 void FileWriter::Failed() {
@@ -210,10 +211,10 @@ void FileWriter::Write(int64_t count, const ByteFeed& source) {
 }
 
 bool FileWriter::Flush() {
-    if (!buffer_.empty()) {
-        if (!file_.WriteAt(start_, buffer_.data(), buffer_.size())) Failed();
-        start_ += static_cast<int64_t>(buffer_.size());
-        buffer_.clear();
+    if (used_ > 0) {
+        if (!file_.WriteAt(start_, buffer_.data(), used_)) Failed();
+        start_ += static_cast<int64_t>(used_);
+        used_ = 0;
     }
     return ok_;
 }

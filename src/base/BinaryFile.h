@@ -4,6 +4,7 @@
 // buffered sequential reading and appending so that a block-at-a-time
 // procedure does not cost a system call per field.
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -106,8 +107,10 @@ public:
     // Answers the number of bytes that came from the file.
     size_t Read(const BinaryFile& file, int64_t position, uint8_t* out, size_t count);
     // The same bytes without a copy where the window holds them, else read
-    // into spare; valid until the next call or a change of spare.
-    const uint8_t* View(const BinaryFile& file, int64_t position, size_t count, std::vector<uint8_t>& spare);
+    // into spare; valid until the next call or a change of spare. fromFile,
+    // if given, receives how many of them came from the file.
+    const uint8_t* View(const BinaryFile& file, int64_t position, size_t count, std::vector<uint8_t>& spare,
+                        size_t* fromFile = nullptr);
     void Reset();
 
 private:
@@ -142,27 +145,58 @@ private:
     int64_t position_;
 };
 
+// The bytes of a file from a position on, read straight into the caller's
+// memory: for a run of many blocks taken in large pieces, which a window
+// would only copy once more.
+class FileSource : public ByteSource {
+public:
+    explicit FileSource(const BinaryFile& file) : file_(file) {}
+    size_t Read(uint8_t* out, size_t count) override {
+        const size_t got = file_.ReadAt(position_, out, count);
+        position_ += static_cast<int64_t>(count);
+        return got;
+    }
+    void Seek(int64_t position) { position_ = position; }
+
+private:
+    const BinaryFile& file_;
+    int64_t position_ = 0;
+};
+
 // Buffered appending writer starting at a given offset. Any failed write is
-// remembered, so the caller checks once, at Flush.
+// remembered, so the caller checks once, at Flush. A write that fits the
+// buffer is a copy and nothing else: a walk that writes a small head and a
+// block at a time pays no call per field.
 class FileWriter {
 public:
     explicit FileWriter(BinaryFile& file, int64_t start = 0, size_t window = 1 << 16);
-    void Write(const uint8_t* data, size_t count);
+    void Write(const uint8_t* data, size_t count) {
+        if (count <= buffer_.size() - used_) {
+            if (count == 0) return;  // no copy from what may be no array at all
+            std::memcpy(buffer_.data() + used_, data, count);
+            used_ += count;
+            return;
+        }
+        WriteThrough(data, count);
+    }
     // Writes the count bytes that source hands over, in its pieces; a source
     // that hands over another number of bytes is a Failure.
     void Write(int64_t count, const ByteFeed& source);
     bool Flush();
-    int64_t Position() const { return start_ + static_cast<int64_t>(buffer_.size()); }
+    int64_t Position() const { return start_ + static_cast<int64_t>(used_); }
     bool Ok() const { return ok_; }
     // The errno of the first failed write (0 while all went well).
     int Error() const { return error_; }
 
 private:
+    // What does not fit: the buffer goes out first, then a count as large as
+    // the buffer goes straight to the file.
+    void WriteThrough(const uint8_t* data, size_t count);
     void Failed();
 
     BinaryFile& file_;
     std::vector<uint8_t> buffer_;
-    size_t window_;
+    size_t used_ = 0;
     int64_t start_;
     bool ok_ = true;
     int error_ = 0;

@@ -14,6 +14,7 @@ namespace {
 
 constexpr size_t kBufferSize = 1 << 20;
 constexpr int64_t kCopyChunk = 1 << 16;  // what Datafile_CopyTo holds of a block at a time
+constexpr const char* kDatafileCut = "The patch's scratch file is shorter than its blocks: was it cut or deleted?";
 
 [[noreturn]] void FailAndTell(DatafileHandle& handle, const std::string& text) {
     if (!handle.reported) {
@@ -118,11 +119,14 @@ int32_t Datafile_Append(DatafileHandle& handle, ByteSource& Source, int64_t Size
         if (handle.pending.size() >= kBufferSize && !Datafile_Flush(handle)) FailAndTell(handle, kFailed);
         const size_t at = handle.pending.size();
         const auto piece = static_cast<size_t>(std::min<int64_t>(left, static_cast<int64_t>(kBufferSize - at)));
-        handle.pending.resize(at + piece);  // zeros, where the source has ended
+        handle.pending.resize(at + piece);
         if (!ended) {
+            // The source gives zeros itself where it ends.
             const size_t got = Source.Read(handle.pending.data() + at, piece);
             real += static_cast<int64_t>(got);
             ended = got < piece;
+        } else {
+            std::memset(handle.pending.data() + at, 0, piece);
         }
         left -= static_cast<int64_t>(piece);
     }
@@ -142,7 +146,7 @@ void Datafile_ReadThrough(DatafileHandle& handle, ReadWindow& window, int32_t Of
         const int64_t fromDisk = std::min(end, handle.flushed) - begin;
         const auto wanted = static_cast<size_t>(fromDisk);
         if (window.Read(handle.file, begin, out, wanted) != wanted)
-            Fail("The patch's scratch file is shorter than its blocks: was it cut or deleted?");
+            Fail(kDatafileCut);
     }
     if (end > handle.flushed) {
         const int64_t from = std::max(begin, handle.flushed);
@@ -152,6 +156,23 @@ void Datafile_ReadThrough(DatafileHandle& handle, ReadWindow& window, int32_t Of
             std::memcpy(tail, handle.pending.data() + (from - handle.flushed), static_cast<size_t>(available));
         std::memset(tail + available, 0, static_cast<size_t>(end - from - available));
     }
+}
+
+const uint8_t* Datafile_View(DatafileHandle& handle, ReadWindow& window, int32_t Offset, int32_t Size,
+                             ByteArray& spare) {
+    if (Offset < 1 || Size < 1) Fail(kSubscript);
+    const int64_t begin = int64_t{Offset} - 1;
+    const auto count = static_cast<size_t>(Size);
+    // Bytes still in the buffer, or a file that lost bytes: the careful way.
+    if (handle.broken || begin + Size > handle.flushed) {
+        spare.resize(count);
+        Datafile_ReadThrough(handle, window, Offset, Size, spare.data());
+        return spare.data();
+    }
+    size_t got = 0;
+    const uint8_t* bytes = window.View(handle.file, begin, count, spare, &got);
+    if (got != count) Fail(kDatafileCut);
+    return bytes;
 }
 
 void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArray& bytes) {

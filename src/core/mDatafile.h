@@ -4,13 +4,34 @@
 // 32-bit signed, so the file ends at 2147483647 bytes. Appends go through a
 // buffer; reads see bytes still in the buffer.
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "base/BinaryFile.h"
 #include "base/ByteIO.h"
 #include "base/FileLock.h"
 
 namespace quillet {
+
+// Bytes that are not zeroed when the buffer grows: an append grows it by a
+// piece and fills the piece at once, so zeroing it first would only write it twice.
+template <class T>
+struct UnzeroedAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = UnzeroedAllocator<U>;
+    };
+    template <class U>
+    void construct(U* place) noexcept {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <class U, class... Args>
+    void construct(U* place, Args&&... args) {
+        ::new (static_cast<void*>(place)) U(std::forward<Args>(args)...);
+    }
+};
 
 class DatafileHandle {
 public:
@@ -20,7 +41,7 @@ public:
 
     BinaryFile file;
     FileLock lock;  // on file's descriptor while it is open; declared after file, so released before it closes
-    ByteArray pending;
+    std::vector<uint8_t, UnzeroedAllocator<uint8_t>> pending;
     ReadWindow window{1 << 16};  // blocks are mostly read back in the order they were stored
     int64_t flushed = 0;
     bool broken = false;    // a write failed: later writes fail at once
@@ -66,6 +87,12 @@ void Datafile_Read(DatafileHandle& handle, int32_t Offset, int32_t Size, ByteArr
 // walk that would only disturb the handle's window (the pages' scan of the
 // leading bytes of every block, in offset order).
 void Datafile_ReadThrough(DatafileHandle& handle, ReadWindow& window, int32_t Offset, int32_t Size, uint8_t* out);
+// The Size bytes at Offset held whole, without a copy where window holds
+// them (else in spare), for a walk over many small blocks in about the order
+// they were stored (a save): a forward window of its own then reads the file
+// a window at a time. Valid until the next call. Fails as Datafile_Read does.
+const uint8_t* Datafile_View(DatafileHandle& handle, ReadWindow& window, int32_t Offset, int32_t Size,
+                             ByteArray& spare);
 // Hands the Size bytes at Offset to sink in order, in pieces of at most
 // 64 KiB: a block of any size passes through one fixed buffer on its way to
 // a file. Fails as Datafile_Read does.

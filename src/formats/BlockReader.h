@@ -34,6 +34,12 @@ struct RunDifferences {
     }
 };
 
+// What a block number gives, without the bytes.
+struct BlockHead {
+    int32_t Size = 0;
+    int32_t Extra = 0;
+};
+
 class BlockReader {
 public:
     virtual ~BlockReader() = default;
@@ -69,6 +75,17 @@ public:
     virtual bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDifferences& Differences) {
         (void)other, (void)First, (void)Count, (void)Differences;
         return false;
+    }
+    // The heads of the blocks from First on whose bytes lie back to back in
+    // the source and wholly within it, as cLoadHead gives them (a Size of 0
+    // or below has no bytes): at most Count blocks, and bytes up to about
+    // MaxBytes (at least one block's). Answers how many blocks the run
+    // holds; cData then gives the bytes of all of them, one after the other.
+    // A Size of -2 ends the run before its block. 0 means "not here": the
+    // caller goes on block by block, which every source knows.
+    virtual int32_t cLoadRun(int32_t First, int32_t Count, int64_t MaxBytes, std::vector<BlockHead>& Heads) {
+        (void)First, (void)Count, (void)MaxBytes, (void)Heads;
+        return 0;
     }
     virtual int32_t cClose() = 0;
 };

@@ -246,6 +246,50 @@ bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDiff
     return true;
 }
 
+int32_t cMUL::cLoadRun(int32_t First, int32_t Count, int64_t MaxBytes, std::vector<BlockHead>& Heads) {
+    Heads.clear();
+    if (MULFile == 0 || First < 0 || Count < 1) return 0;
+    // Positions stay within what a record can say, as block by block.
+    const int64_t fileEnd = std::min<int64_t>(mulLength_, std::numeric_limits<int32_t>::max());
+    int64_t start = -1;
+    int64_t end = 0;
+    if (ConstantIndex > 0) {
+        start = Offset + int64_t{First} * ConstantIndex;
+        const int64_t whole = start < fileEnd ? (fileEnd - start) / ConstantIndex : 0;
+        const int64_t fit = std::max<int64_t>(1, MaxBytes / ConstantIndex);
+        const auto blocks = static_cast<int32_t>(std::min({int64_t{Count}, whole, fit}));
+        Heads.assign(static_cast<size_t>(std::max(blocks, 0)), BlockHead{ConstantIndex, -1});
+        end = start + int64_t{ConstantIndex} * static_cast<int64_t>(Heads.size());
+    } else {
+        const int64_t from = int64_t{First} * kRecordSize;
+        const int64_t records = std::min<int64_t>(Count, (idxLength_ - std::min(from, idxLength_)) / kRecordSize);
+        if (records < 1) return 0;
+        const auto bytes = static_cast<size_t>(records) * kRecordSize;
+        runBuffer_.resize(std::max(runBuffer_.size(), bytes));
+        if (idxWindow_.Read(idx_, from, runBuffer_.data(), bytes) < bytes) return 0;
+        for (size_t k = 0; k < static_cast<size_t>(records); ++k) {
+            const uint8_t* record = runBuffer_.data() + k * kRecordSize;
+            const int32_t position = LoadI32(record);
+            const int32_t size = LoadI32(record + 4);
+            if (size == -2) break;
+            if (size > 0) {
+                if (start < 0 && position >= 0) start = end = position;
+                const bool follows = position == end && end + size <= fileEnd;
+                if (!follows || (end + size - start > MaxBytes && !Heads.empty())) break;
+                end += size;
+            }
+            Heads.push_back({size, LoadI32(record + 8)});
+        }
+        if (start < 0) start = end = 0;  // no bytes at all
+    }
+    if (Heads.empty()) return 0;
+    lastPosition_ = 0;
+    lastSize_ = 0;  // the run is no single block to read again
+    runSource_.Seek(start);
+    data_.Start(runSource_, end - start, mulNotes_);
+    return static_cast<int32_t>(Heads.size());
+}
+
 // What an index record may ask of us. A block lies at its Position; one that
 // reaches past the end of the MUL file keeps zeros in the missing part, so a
 // short file reads as zeros, and the block is noted for the warning. A

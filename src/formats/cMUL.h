@@ -71,6 +71,10 @@ public:
     // (a block that reaches past the end of its file, a gap between blocks,
     // Sizes that differ) is left to the block by block walk.
     bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDifferences& Differences) override;
+    // Blocks of a constant size, or index records within the IDX file
+    // whose blocks follow each other within the MUL file; a block cut by
+    // the end of the file, a gap or a move ends the run before it.
+    int32_t cLoadRun(int32_t First, int32_t Count, int64_t MaxBytes, std::vector<BlockHead>& Heads) override;
     // The MUL file's length while it is open.
     int64_t cLength() const { return mulLength_; }
     // Writes block IndexNumber: in place if it fits where it was, else at the
@@ -123,6 +127,7 @@ private:
     ReadWindow idxWindow_{1 << 18};
     ReadWindow mulWindow_{1 << 18};
     WindowSource mulSource_{mul_, mulWindow_, 0};
+    FileSource runSource_{mul_};
     BlockBytes data_;
     int32_t lastPosition_ = 0;  // of the block last read by cLoadHead
     int32_t lastSize_ = 0;

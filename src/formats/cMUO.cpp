@@ -10,6 +10,12 @@
 #include "formats/cClientUOP.h"
 
 namespace quillet {
+namespace {
+
+// A patch file is read and written a megabyte at a time.
+constexpr size_t kBuffer = size_t{1} << 20;
+
+}  // namespace
 
 cMUO::cMUO() = default;
 cMUO::~cMUO() = default;
@@ -24,7 +30,7 @@ int32_t cMUO::cOpen(const std::string& PatchFilename) {
         Why = OpenFailureWhy(PatchFilename);
         return 501;
     }
-    reader_ = std::make_unique<FileReader>(file_);
+    reader_ = std::make_unique<FileReader>(file_, 0, kBuffer);
     const bool whole = ReadHeader();
     // Another version is told as such even when the strings after it are
     // cut too: garbage is an unsupported file more than a cut one.
@@ -100,7 +106,7 @@ int32_t cMUO::cCreate(const std::string& PatchFilename, unsigned createMode) {
     PatchAuthor = "Sir Patch";
     writeFailed_ = false;
     WriteHeader();
-    writer_ = std::make_unique<FileWriter>(file_, file_.Size());
+    writer_ = std::make_unique<FileWriter>(file_, file_.Size(), kBuffer);
     Changed = true;
     return writeFailed_ ? 505 : 0;
 }
@@ -164,12 +170,22 @@ int32_t cMUO::cLoad(uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& 
 
 int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
     if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
-    return cSave(FileID, Block, Extra, ByteArraySize, [&](const ByteSink& sink) {
-        if (ByteArraySize > 0) sink(bytes.data(), static_cast<size_t>(ByteArraySize));
-    });
+    return cSave(FileID, Block, Extra, bytes.data(), ByteArraySize);
+}
+
+int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, const uint8_t* bytes, int32_t ByteArraySize) {
+    WriteHead(FileID, Block, Extra, ByteArraySize);
+    if (ByteArraySize > 0) writer_->Write(bytes, static_cast<size_t>(ByteArraySize));
+    return EndEntry(ByteArraySize);
 }
 
 int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteFeed& source) {
+    WriteHead(FileID, Block, Extra, ByteArraySize);
+    if (ByteArraySize > 0) writer_->Write(ByteArraySize, source);
+    return EndEntry(ByteArraySize);
+}
+
+void cMUO::WriteHead(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize) {
     if (!writer_) Fail("The patch file is not open for writing");
     uint8_t head[16];
     StoreI32(head, FileID);
@@ -177,7 +193,9 @@ int32_t cMUO::cSave(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteAr
     StoreI32(head + 8, Extra);
     StoreI32(head + 12, ByteArraySize);
     writer_->Write(head, sizeof head);
-    if (ByteArraySize > 0) writer_->Write(ByteArraySize, source);
+}
+
+int32_t cMUO::EndEntry(int32_t ByteArraySize) {
     Changed = true;
     BlockCount = AddLong(BlockCount, 1);
     return ByteArraySize == 0 ? -1 : ByteArraySize;

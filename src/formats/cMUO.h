@@ -44,6 +44,8 @@ public:
     ByteSource& cData() { return data_; }
     // Appends an entry; answers ByteArraySize, or -1 if that was 0.
     int32_t cSave(int32_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize);
+    // The same from ByteArraySize bytes in memory.
+    int32_t cSave(int32_t FileID, int32_t Block, int32_t Extra, const uint8_t* bytes, int32_t ByteArraySize);
     // The same with the entry's ByteArraySize data bytes handed over by
     // source in pieces, so that a block of any size needs no array of its
     // size. A source that hands over another number of bytes is a Failure.
@@ -69,6 +71,8 @@ public:
 
 private:
     bool ReadHeader();
+    void WriteHead(int32_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize);
+    int32_t EndEntry(int32_t ByteArraySize);
     void WriteHeader();
 
     BinaryFile file_;

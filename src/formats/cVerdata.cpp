@@ -18,6 +18,8 @@ namespace {
 
 constexpr int32_t kWindowEntries = 3276;  // just under 64 KiB of entries
 constexpr int64_t kFileLimit = std::numeric_limits<int32_t>::max();
+// The writers of a new file go out a megabyte at a time.
+constexpr size_t kWriteBuffer = size_t{1} << 20;
 
 void StoreEntry(uint8_t* entry, int32_t FileID, int32_t Block, int32_t Position, int32_t Size, int32_t Extra) {
     StoreI32(entry, FileID);
@@ -103,8 +105,8 @@ int32_t cVerdata::cCreate(const std::string& Filename, int32_t NumberOfBlocks, u
     BlockCount = 0;
     reserved_ = NumberOfBlocks;
     fileSize_ = dataStart;
-    index_ = std::make_unique<FileWriter>(file_, kVerdataHeaderSize);
-    data_ = std::make_unique<FileWriter>(file_, dataStart);
+    index_ = std::make_unique<FileWriter>(file_, kVerdataHeaderSize, kWriteBuffer);
+    data_ = std::make_unique<FileWriter>(file_, dataStart, kWriteBuffer);
     windowEntries_ = 0;
     Changed = 1;
     return 0;
@@ -140,13 +142,25 @@ int32_t cVerdata::cClose() {
 
 int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize) {
     if (ByteArraySize > 0 && static_cast<size_t>(ByteArraySize) > bytes.size()) Fail(kSubscript);
-    return cSave(FileID, Block, Extra, ByteArraySize, [&](const ByteSink& sink) {
-        if (ByteArraySize > 0) sink(bytes.data(), static_cast<size_t>(ByteArraySize));
-    });
+    return cSave(FileID, Block, Extra, bytes.data(), ByteArraySize);
+}
+
+int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, const uint8_t* bytes, int32_t ByteArraySize) {
+    if (!StartEntry(FileID, Block, Extra, ByteArraySize)) return 0;
+    if (ByteArraySize > 0) data_->Write(bytes, static_cast<size_t>(ByteArraySize));
+    EndEntry();
+    return ByteArraySize;
 }
 
 int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize, const ByteFeed& source) {
-    if (!IsOpen() || !Changed) return 0;
+    if (!StartEntry(FileID, Block, Extra, ByteArraySize)) return 0;
+    if (ByteArraySize > 0) data_->Write(ByteArraySize, source);
+    EndEntry();
+    return ByteArraySize;
+}
+
+bool cVerdata::StartEntry(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize) {
+    if (!IsOpen() || !Changed) return false;
     // Past the reserved entries the next entry would land on block data.
     if (BlockCount >= reserved_) Fail("More verdata entries than were reserved (" + std::to_string(reserved_) + ")");
     if (!index_->Ok() || !data_->Ok()) {
@@ -163,10 +177,12 @@ int32_t cVerdata::cSave(uint8_t FileID, int32_t Block, int32_t Extra, int32_t By
     uint8_t entry[kVerdataEntrySize];
     StoreEntry(entry, FileID, Block, position, ByteArraySize, Extra);
     index_->Write(entry, sizeof entry);
-    if (ByteArraySize > 0) data_->Write(ByteArraySize, source);
+    return true;
+}
+
+void cVerdata::EndEntry() {
     BlockCount = AddLong(BlockCount, 1);
     windowEntries_ = 0;
-    return ByteArraySize;
 }
 
 void cVerdata::FlushForReading() {
@@ -251,6 +267,10 @@ size_t cVerdata::cReadData(int64_t position, uint8_t* out, size_t count) {
         return before == count ? 0 : cReadData(0, out + before, count - before);
     }
     return blockWindow_.Read(file_, position, out, count);
+}
+
+const uint8_t* cVerdata::cViewData(int64_t position, size_t count, ByteArray& spare, size_t& fromFile) {
+    return copyWindow_.View(file_, position, count, spare, &fromFile);
 }
 
 int32_t cVerdata::cLoad(int32_t Index, uint8_t& FileID, int32_t& Block, int32_t& Extra, ByteArray& bytes,

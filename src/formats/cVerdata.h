@@ -48,6 +48,8 @@ public:
     // shorter than ByteArraySize, for a file that would pass 2147483647 bytes
     // and once a write of this file has failed.
     int32_t cSave(uint8_t FileID, int32_t Block, int32_t Extra, const ByteArray& bytes, int32_t ByteArraySize);
+    // The same from ByteArraySize bytes in memory.
+    int32_t cSave(uint8_t FileID, int32_t Block, int32_t Extra, const uint8_t* bytes, int32_t ByteArraySize);
     // The same with the ByteArraySize data bytes handed over by source in
     // pieces (a block of any size needs no array of its size). A source that
     // hands over another number of bytes is a Failure.
@@ -71,6 +73,12 @@ public:
     // outside the file (past its end, or before its start) reads as zeros.
     // Answers how many bytes came from the file.
     size_t cReadData(int64_t position, uint8_t* out, size_t count);
+    // The count bytes at a position of 0 or more held whole, without a copy
+    // where a forward window of a megabyte holds them (else in spare): for a
+    // copy that takes the entries' bytes in about the order they lie. What
+    // lies past the end reads as zeros; fromFile gets how many did not.
+    // Valid until the next call.
+    const uint8_t* cViewData(int64_t position, size_t count, ByteArray& spare, size_t& fromFile);
     // Reads entry Index (from 0) and, for a Size above 0, its bytes. An entry
     // whose FileID is 256 or more gives FileID 255 and ByteArraySize -1, and
     // its bytes are not read. Entries past the end of the file read as zeros,
@@ -103,6 +111,10 @@ public:
     std::string Why;      // why the last cOpen failed, where known
 
 private:
+    // cSave's entry, written before its bytes (false: no created file);
+    // EndEntry counts it once its bytes are written.
+    bool StartEntry(uint8_t FileID, int32_t Block, int32_t Extra, int32_t ByteArraySize);
+    void EndEntry();
     // A reader over the entry window, at entry Index (filling the window
     // first if it does not hold it).
     LeReader EntryReader(int32_t Index);
@@ -120,6 +132,7 @@ private:
     int32_t windowEntries_ = 0;
     // The blocks of a file are mostly read in the order they lie in it.
     ReadWindow blockWindow_;
+    ReadWindow copyWindow_{size_t{1} << 20, ReadWindow::Walk::Forward};  // cViewData's
     int lastError_ = 0;
     std::string name_;  // of a created file, for the failures of cSave
     WindowSource blockSource_{file_, blockWindow_, 0};

@@ -5,6 +5,7 @@
 #include "base/FilePaths.h"
 #include "base/SafeSave.h"
 #include "base/cError.h"
+#include "core/DatafileWalk.h"
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
@@ -103,6 +104,7 @@ bool SaveMUO(const std::string& PatchFilename) {
         CountingPoint progress(total);
         int64_t written = 0;
         const ByteArray none;
+        DatafileWalk stored(DataFileHandle);
         for (int id = 0; id < kFileIDs; ++id) {
             if (PatchBlocks[id].Count <= 0) continue;
             const int32_t flagged = FileTypes[id].InVerdata != 0 ? id : (id | 64);
@@ -111,13 +113,14 @@ bool SaveMUO(const std::string& PatchFilename) {
                 const PatchBlock& slot = blocks[block];
                 if (slot.Offset <= -1) continue;
                 const auto number = static_cast<int32_t>(block);
-                // The bytes go from the DataFile to the file a piece at a time.
-                if (slot.Offset != 0 && slot.Size > 0)
-                    muo.cSave(flagged, number, slot.Extra, slot.Size, [&](const ByteSink& sink) {
-                        Datafile_CopyTo(DataFileHandle, slot.Offset, slot.Size, sink);
-                    });
-                else
+                if (slot.Offset != 0 && slot.Size > 0) {
+                    if (const uint8_t* bytes = stored.View(slot.Offset, slot.Size))
+                        muo.cSave(flagged, number, slot.Extra, bytes, slot.Size);
+                    else
+                        muo.cSave(flagged, number, slot.Extra, slot.Size, stored.Feed(slot.Offset, slot.Size));
+                } else {
                     muo.cSave(flagged, number, slot.Extra, none, slot.Size);
+                }
                 progress.Tick(written++);
             }
         }

@@ -14,6 +14,7 @@
 #include "base/SafeSave.h"
 #include "base/Warnings.h"
 #include "base/cError.h"
+#include "core/DatafileWalk.h"
 #include "core/mPatch.h"
 #include "core/mWait.h"
 #include "formats/FormatCodes.h"
@@ -29,6 +30,9 @@ namespace {
 constexpr int kLastExportedFileID = 250;
 // What an old file's block holds of its bytes at a time on their way to the new file.
 constexpr size_t kCopyChunk = 1 << 16;
+// Blocks up to this size are copied where a read window holds them; larger
+// ones pass through a fixed buffer.
+constexpr int32_t kViewedBytes = 1 << 18;
 
 const std::string kNoVerdata = "Cannot find verdata.mul in the directory you run Quillet.";
 const std::string kCannotOpen = "Unable to open the verdata.mul. It is maybe in use or read only.";
@@ -331,6 +335,8 @@ bool ExportVerdata(const std::string& Directory, LockWait wait, MissingVerdata m
         CountingPoint progress(finalCount);
         int32_t running = 0;
         const ByteArray none;
+        ByteArray spare;
+        DatafileWalk stored(DataFileHandle);
         int32_t cutBlocks = 0;
         // Every block of both files passes through a fixed buffer, a piece at a time.
         for (int32_t index = 0; index < copied; ++index) {
@@ -342,9 +348,15 @@ bool ExportVerdata(const std::string& Directory, LockWait wait, MissingVerdata m
             if (entry.FileID >= 256) {
                 // Not a file number of the client: kept as an entry without data.
                 newFile.cSave(255, entry.Block, entry.Extra, none, -1);
-            } else if (entry.Size > 0) {
+            } else if (entry.Size > 0 && entry.Position >= 0 && entry.Size <= kViewedBytes) {
                 // Bytes that the old file does not have (a cut last block)
                 // are written as zeros: the read goes on, and says so below.
+                size_t fromFile = 0;
+                const uint8_t* bytes =
+                    oldFile.cViewData(entry.Position, static_cast<size_t>(entry.Size), spare, fromFile);
+                if (fromFile != static_cast<size_t>(entry.Size)) ++cutBlocks;
+                newFile.cSave(static_cast<uint8_t>(entry.FileID), entry.Block, entry.Extra, bytes, entry.Size);
+            } else if (entry.Size > 0) {
                 bool cut = false;
                 newFile.cSave(static_cast<uint8_t>(entry.FileID), entry.Block, entry.Extra, entry.Size,
                               [&](const ByteSink& sink) {
@@ -378,12 +390,12 @@ bool ExportVerdata(const std::string& Directory, LockWait wait, MissingVerdata m
                 const PatchBlock& slot = blocks[block];
                 const auto blockNumber = static_cast<int32_t>(block);
                 if (slot.Offset > 0) {
-                    if (slot.Size > 0)
-                        newFile.cSave(fileId, blockNumber, slot.Extra, slot.Size, [&](const ByteSink& sink) {
-                            Datafile_CopyTo(DataFileHandle, slot.Offset, slot.Size, sink);
-                        });
-                    else
+                    if (slot.Size < 1)
                         newFile.cSave(fileId, blockNumber, slot.Extra, none, slot.Size);
+                    else if (const uint8_t* bytes = stored.View(slot.Offset, slot.Size))
+                        newFile.cSave(fileId, blockNumber, slot.Extra, bytes, slot.Size);
+                    else
+                        newFile.cSave(fileId, blockNumber, slot.Extra, slot.Size, stored.Feed(slot.Offset, slot.Size));
                     running = AddLong(running, 1);
                 } else if (slot.Offset == 0) {
                     // A present block without bytes is written as Size -1, whatever the slot says.

@@ -1,6 +1,7 @@
 #include "operations/mImport.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "base/Checked.h"
 #include "base/Warnings.h"
@@ -21,6 +22,36 @@ namespace {
 // An index record of this Size ends the import at its block.
 constexpr int32_t kStopSize = -2;
 
+// Blocks from First on that the source gives as one run (see cLoadRun):
+// their bytes go into the DataFile in one append, a megabyte at a time, and
+// their slots are set after it, as block by block. False when the source has
+// no run there.
+bool ImportRun(BlockReader& source, uint8_t FileID, int64_t First, int64_t Last, std::vector<BlockHead>& run) {
+    constexpr int32_t kRunBlocks = 4096;
+    constexpr int64_t kRunBytes = int64_t{1} << 20;
+    const int32_t first = ToLong(First);
+    const auto count = static_cast<int32_t>(std::min<int64_t>(Last - First + 1, kRunBlocks));
+    if (source.cLoadRun(first, count, kRunBytes, run) < 1) return false;
+    int64_t bytes = 0;
+    for (const BlockHead& head : run) bytes += std::max(head.Size, 0);
+    Slot(FileID, first + static_cast<int64_t>(run.size()) - 1);  // the whole run has slots, or it fails here
+    // A run that would pass the DataFile's end goes block by block, so that
+    // the blocks before the one that does not fit are stored all the same.
+    if (DataFileHandle.Size() + bytes > kDatafileLimit) return false;
+    const int64_t start = bytes > 0 ? Datafile_Append(DataFileHandle, source.cData(), bytes) : 0;
+    int64_t offset = start;
+    for (size_t k = 0; k < run.size(); ++k) {
+        PatchBlock& slot = Slot(FileID, first + static_cast<int64_t>(k));
+        const BlockHead& head = run[k];
+        // Present and empty with Size -1, whatever non-positive size the source gave.
+        slot.Size = head.Size < 1 ? -1 : head.Size;
+        slot.Extra = head.Extra;
+        slot.Offset = head.Size < 1 ? 0 : static_cast<int32_t>(offset);
+        if (head.Size > 0) offset += head.Size;
+    }
+    return true;
+}
+
 // Walks First..Last (inclusive) on an open source until a Size of -2 ends
 // the walk; answers whether it ran to Last. Each walked block is stored with
 // its bytes, or present and empty with Size -1 whatever non-positive size the
@@ -29,7 +60,14 @@ constexpr int32_t kStopSize = -2;
 bool ImportRange(BlockReader& source, uint8_t FileID, int64_t First, int64_t Last, CountingPoint& progress) {
     ByteArray bytes;
     ByteArray hues;
+    std::vector<BlockHead> run;
     for (int64_t block = First; block <= Last; ++block) {
+        // Hues groups change their form on the way in, one at a time.
+        if (FileID != kHuesFileID && ImportRun(source, FileID, block, Last, run)) {
+            progress.TickMany(static_cast<int64_t>(run.size()), block);
+            block += static_cast<int64_t>(run.size()) - 1;
+            continue;
+        }
         const int32_t number = ToLong(block);
         int32_t extra = 0;
         const int32_t size =
