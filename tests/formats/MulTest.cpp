@@ -306,5 +306,56 @@ TEST_F(MulTest, RunsCompareWholeRunsAndNameTheBlocksThatDiffer) {
     EXPECT_FALSE(p.cCompareRun(a, 0, 4, differing));  // a pair against a file of fixed-size blocks
 }
 
+// Runs for an import: the heads of blocks that follow each other within the
+// file, their bytes in one stream; anything the walk must look at one block
+// at a time ends the run before it.
+TEST_F(MulTest, LoadRunTakesBlocksThatFollowEachOtherWithinTheFile) {
+    const auto heads = [](const std::vector<BlockHead>& run) {
+        std::vector<std::pair<int32_t, int32_t>> out;
+        for (const BlockHead& head : run) out.emplace_back(head.Size, head.Extra);
+        return out;
+    };
+    const auto runBytes = [](BlockReader& source, size_t count) {
+        ByteArray bytes(count + 1, 0xFF);
+        source.cData().Read(bytes.data(), count);
+        return ByteArray(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
+    };
+    test::WriteFile(Path("p.mul"), Counting(40));
+    test::WriteFile(Path("p.idx"), Bytes{}
+                                       .record(0, 10, 1)
+                                       .record(-1, -1, 2)  // no bytes: part of the run
+                                       .record(10, 5, 3)
+                                       .record(20, 5, 4)   // a gap: the run ends before it
+                                       .record(25, 10, 5)
+                                       .record(0, -2, 6)   // the walk's end
+                                       .record(35, 10, 7)  // cut by the end of the file
+                                       .b);
+    cMUL pair;
+    ASSERT_EQ(pair.cOpen(Path("p.idx"), Path("p.mul"), 0, 0, 0), 0);
+    std::vector<BlockHead> run;
+    ASSERT_EQ(pair.cLoadRun(0, 7, 1 << 20, run), 3);
+    EXPECT_EQ(heads(run), (std::vector<std::pair<int32_t, int32_t>>{{10, 1}, {-1, 2}, {5, 3}}));
+    const ByteArray all = Counting(40);
+    EXPECT_EQ(runBytes(pair, 15), ByteArray(all.begin(), all.begin() + 15));
+    ASSERT_EQ(pair.cLoadRun(3, 7, 1 << 20, run), 2);
+    EXPECT_EQ(runBytes(pair, 15), ByteArray(all.begin() + 20, all.begin() + 35));
+    EXPECT_EQ(pair.cLoadRun(5, 2, 1 << 20, run), 0);  // -2 first: the walk's to tell
+    EXPECT_EQ(pair.cLoadRun(6, 1, 1 << 20, run), 0);  // past the end: the walk notes it
+    EXPECT_EQ(pair.cLoadRun(7, 5, 1 << 20, run), 0);  // no record at all
+    ASSERT_EQ(pair.cLoadRun(0, 7, 12, run), 2);        // the bytes' limit, after at least one block
+    ASSERT_EQ(pair.cLoadRun(0, 7, 1, run), 2);
+    EXPECT_EQ(heads(run), (std::vector<std::pair<int32_t, int32_t>>{{10, 1}, {-1, 2}}));
+
+    // Fixed-size blocks: whole blocks within the file, at most Count and the bytes' limit.
+    cMUL fixed;
+    ASSERT_EQ(fixed.cOpen("", Path("p.mul"), 6, 100, 2), 0);  // blocks at 2, 8, ... 32; 38 is cut
+    ASSERT_EQ(fixed.cLoadRun(1, 100, 1 << 20, run), 5);
+    EXPECT_EQ(heads(run), (std::vector<std::pair<int32_t, int32_t>>(5, {6, -1})));
+    EXPECT_EQ(runBytes(fixed, 30), ByteArray(all.begin() + 8, all.begin() + 38));
+    EXPECT_EQ(fixed.cLoadRun(1, 3, 1 << 20, run), 3);
+    EXPECT_EQ(fixed.cLoadRun(1, 100, 13, run), 2);
+    EXPECT_EQ(fixed.cLoadRun(6, 100, 1 << 20, run), 0);
+}
+
 }  // namespace
 }  // namespace quillet
