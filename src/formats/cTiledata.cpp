@@ -1,6 +1,7 @@
 #include "formats/cTiledata.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "base/Checked.h"
 #include "base/Warnings.h"
@@ -62,6 +63,40 @@ int32_t cTiledata::InSection(int32_t IndexNumber) {
 int32_t cTiledata::cLoadHead(int32_t IndexNumber, int32_t& Extra) {
     const int32_t index = InSection(IndexNumber);
     return mul_.cLoadHead(index, Extra);
+}
+
+int32_t cTiledata::InOneSection(int32_t First, int32_t Count) {
+    return First < kTiledataLandGroups ? std::min(Count, kTiledataLandGroups - First) : Count;
+}
+
+int32_t cTiledata::cLoadRun(int32_t First, int32_t Count, int64_t MaxBytes, std::vector<BlockHead>& Heads) {
+    Heads.clear();
+    if (First < 0 || Count < 1) return 0;
+    return mul_.cLoadRun(InSection(First), InOneSection(First, Count), MaxBytes, Heads);
+}
+
+bool cTiledata::cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDifferences& Differences) {
+    auto* that = dynamic_cast<cTiledata*>(&other);
+    if (that == nullptr || that == this || layout_ != that->layout_ || First < 0 || Count < 1 ||
+        Count > std::numeric_limits<int32_t>::max() - First)
+        return false;
+    Differences.Clear();
+    for (int32_t block = First; block < First + Count;) {
+        const int32_t blocks = InOneSection(block, First + Count - block);
+        const int32_t index = InSection(block);
+        that->InSection(block);
+        if (!mul_.cCompareRun(that->mul_, index, blocks, part_)) return false;
+        // The section's numbers become the file's, and its bytes follow those
+        // of the section before.
+        const auto kept = static_cast<int64_t>(Differences.OtherBytes.size());
+        for (size_t k = 0; k < part_.Blocks.size(); ++k) {
+            Differences.Blocks.push_back(part_.Blocks[k] - index + block);
+            Differences.At.push_back(part_.At[k] < 0 ? -1 : part_.At[k] + kept);
+        }
+        Differences.OtherBytes.insert(Differences.OtherBytes.end(), part_.OtherBytes.begin(), part_.OtherBytes.end());
+        block += blocks;
+    }
+    return true;
 }
 
 int64_t cTiledata::cBlocksIn(int64_t First, int64_t Last) {

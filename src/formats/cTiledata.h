@@ -59,6 +59,11 @@ public:
     // last one perhaps cut short.
     int64_t cBlocksIn(int64_t First, int64_t Last) override;
     int64_t cExtent() override { return extent_; }
+    // Within one section, as cMUL gives them: a run stops at the item groups.
+    int32_t cLoadRun(int32_t First, int32_t Count, int64_t MaxBytes, std::vector<BlockHead>& Heads) override;
+    // Against a file of the same layout, each section's part of the range
+    // as one run of bytes (cMUL's).
+    bool cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDifferences& Differences) override;
     int32_t cClose() override;
 
     std::string Why;  // why the last cOpen failed, where known
@@ -68,6 +73,10 @@ private:
     // answers the block's number within it.
     int32_t InSection(int32_t IndexNumber);
 
+    // The blocks of the range from First on that lie in First's section.
+    static int32_t InOneSection(int32_t First, int32_t Count);
+
+    RunDifferences part_;  // one section's differences, while a compare runs
     cMUL mul_;  // one object for both sections, so that the file is told of once
     std::string file_;
     const TiledataLayout* layout_ = &kClassicTiledata;

@@ -357,5 +357,30 @@ TEST_F(MulTest, LoadRunTakesBlocksThatFollowEachOtherWithinTheFile) {
     EXPECT_EQ(fixed.cLoadRun(6, 100, 1 << 20, run), 0);
 }
 
+// Tile data in runs: each section on its own, the numbers the file's; a run
+// of the land groups stops where the item groups begin.
+TEST_F(MulTest, TiledataRunsKeepToTheirSection) {
+    ByteArray one = Counting(static_cast<size_t>(kClassicTiledataSize));
+    ByteArray two = one;
+    two[kClassicTiledata.ItemStart - 1] ^= 1;                               // the last land group, 511
+    two[kClassicTiledata.ItemStart + 1188 * 3] ^= 1;                        // item group 3: block 515
+    test::WriteFile(Path("a.mul"), one);
+    test::WriteFile(Path("b.mul"), two);
+    cTiledata a, b;
+    ASSERT_EQ(a.cOpen(Path("a.mul")), 0);
+    ASSERT_EQ(b.cOpen(Path("b.mul")), 0);
+    RunDifferences differing;
+    ASSERT_TRUE(a.cCompareRun(b, 500, 100, differing));
+    EXPECT_EQ(differing.Blocks, (std::vector<int32_t>{511, 515}));
+    ASSERT_EQ(differing.At.size(), 2u);
+    EXPECT_EQ(ByteArray(differing.OtherBytes.begin() + differing.At[1], differing.OtherBytes.begin() + differing.At[1] + 1188),
+              ByteArray(two.begin() + kClassicTiledata.ItemStart + 1188 * 3, two.begin() + kClassicTiledata.ItemStart + 1188 * 4));
+    std::vector<BlockHead> run;
+    EXPECT_EQ(a.cLoadRun(500, 100, 1 << 20, run), 12);  // 500 .. 511
+    EXPECT_EQ(run.front().Size, 836);
+    EXPECT_EQ(a.cLoadRun(512, 600, 1 << 20, run), 512);  // every item group
+    EXPECT_EQ(run.back().Size, 1188);
+}
+
 }  // namespace
 }  // namespace quillet
