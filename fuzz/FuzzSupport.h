@@ -114,9 +114,8 @@ struct ExpectedEnd {
 // the model. Procedure is the name that a failure is logged under.
 void VerifyPatch(const ExpectedPatch& expected, const ExpectedEnd& end, const Observed& seen,
                  const std::string& Procedure);
-// Puts the store back to empty: slots, counts, flags. After VerifyPatch has
-// passed only the model's slots can have changed, and only they are visited.
-void ResetPatch(const ExpectedPatch* verified = nullptr);
+// Puts the store back to empty: slots, counts, flags.
+void ResetPatch();
 // Both.
 void CheckPatch(const ExpectedPatch& expected, const ExpectedEnd& end, const Observed& seen,
                 const std::string& Procedure);

@@ -229,6 +229,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     VerifyPatch(expected, end, seen, "mVerdata.LoadVerdata");
 
     if (args.Flags & kWriteBack) CheckExport(file, expected, seen);
-    ResetPatch(&expected);
+    ResetPatch();
     return 0;
 }

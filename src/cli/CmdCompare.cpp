@@ -17,14 +17,6 @@
 namespace quillet::cli {
 namespace {
 
-bool SameSlots(const std::vector<PatchBlock>& before, const std::vector<PatchBlock>& after) {
-    if (before.size() != after.size()) return false;
-    for (size_t i = 0; i < before.size(); ++i)
-        if (before[i].Size != after[i].Size || before[i].Extra != after[i].Extra || before[i].Offset != after[i].Offset)
-            return false;
-    return true;
-}
-
 void RequireDirectory(const std::string& path) {
     struct stat info{};
     if (::stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) throw CommandError(path + ": no such directory");
@@ -95,11 +87,11 @@ int RunCompare(CommandContext& context) {
 
     PatchSession patch(args);
     // Two equal sets change no slot: the patch is then not saved again.
-    const std::vector<PatchBlock> before = PatchBlocks[static_cast<size_t>(fileId)].Blocks;
+    const SlotTable before = PatchBlocks[static_cast<size_t>(fileId)].Blocks;
     const Result compared =
         CompareFiles(static_cast<uint8_t>(fileId), baseMul, baseIdx.value_or(""), newMul, newIdx.value_or(""));
     if (!compared) return StatusOf(compared);
-    if (!SameSlots(before, PatchBlocks[static_cast<size_t>(fileId)].Blocks)) patch.MarkChanged();
+    if (!(before == PatchBlocks[static_cast<size_t>(fileId)].Blocks)) patch.MarkChanged();
     return patch.Finish();
 }
 

@@ -44,7 +44,7 @@ std::vector<int32_t> ListedBlocks(int FileID) {
     if (FileID < 0 || FileID >= kFileIDs) return blocks;
     const auto& slots = PatchBlocks[static_cast<size_t>(FileID)].Blocks;
     CountingPoint progress(FileTypes[static_cast<size_t>(FileID)].NbrOfBlocks);
-    for (size_t block = 0; block < slots.size(); ++block) {
+    for (size_t block = slots.NextAllocated(0); block < slots.size(); block = slots.NextAllocated(block + 1)) {
         if (slots[block].Offset == -1) continue;
         blocks.push_back(static_cast<int32_t>(block));
         progress.Tick(static_cast<int64_t>(block));

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <random>
+#include <utility>
 
 #include "base/cError.h"
 
@@ -14,6 +15,15 @@ std::array<PatchBlockSet, kFileIDs> PatchBlocks;
 DatafileHandle DataFileHandle;
 std::string DataFileName;
 std::string DataFileDirectory;
+
+namespace {
+
+SlotTable& SlotsOf(int FileID) {
+    if (FileID < 0 || FileID >= kFileIDs) Fail(kSubscript);
+    return PatchBlocks[static_cast<size_t>(FileID)].Blocks;
+}
+
+}  // namespace
 
 std::string NewDataFileName() {
     std::mt19937 generator(static_cast<std::mt19937::result_type>(
@@ -44,11 +54,8 @@ void CreatePatchStructures() {
         for (int id = 0; id < kFileIDs; ++id) {
             const int32_t last = FileTypes[id].NbrOfBlocks;
             PatchBlockSet& set = PatchBlocks[id];
-            if (last > 0) {
-                set.Blocks.assign(static_cast<size_t>(last) + 1, PatchBlock{0, 0, -1});
-            } else {
-                for (PatchBlock& slot : set.Blocks) slot.Offset = -1;
-            }
+            set.Blocks.clear();
+            if (last > 0) set.Blocks.resize(static_cast<size_t>(last) + 1);
             set.Count = 0;
         }
     } catch (...) {
@@ -58,9 +65,10 @@ void CreatePatchStructures() {
 
 void RecountBlocks(int FileID) {
     PatchBlockSet& set = PatchBlocks.at(static_cast<size_t>(FileID));
+    const SlotTable& slots = set.Blocks;
     int32_t count = 0;
-    for (const PatchBlock& slot : set.Blocks)
-        if (slot.Offset != -1) ++count;
+    for (size_t block = slots.NextAllocated(0); block < slots.size(); block = slots.NextAllocated(block + 1))
+        if (slots[block].Offset != -1) ++count;
     set.Count = count;
 }
 
@@ -69,10 +77,7 @@ void RecountAllBlocks() {
         if (!FileTypes[id].Name.empty()) RecountBlocks(id);
 }
 
-PatchBlock& Slot(int FileID, int64_t Block) {
-    if (FileID < 0 || FileID >= kFileIDs) Fail(kSubscript);
-    return At(PatchBlocks[static_cast<size_t>(FileID)].Blocks, Block);
-}
+PatchBlock& Slot(int FileID, int64_t Block) { return SlotsOf(FileID).at(Block); }
 
 void StoreBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, const uint8_t* data) {
     PatchBlock& slot = Slot(FileID, Block);
@@ -94,7 +99,7 @@ void StoreBlockFrom(int FileID, int32_t Block, int32_t Size, int32_t Extra, Byte
 
 ByteArray ReadBlockBytes(int FileID, int32_t Block) {
     ByteArray bytes;
-    const PatchBlock& slot = Slot(FileID, Block);
+    const PatchBlock& slot = std::as_const(SlotsOf(FileID)).at(Block);
     if (slot.Offset >= 1 && slot.Size >= 1) Datafile_Read(DataFileHandle, slot.Offset, slot.Size, bytes);
     return bytes;
 }

@@ -4,21 +4,15 @@
 #include <array>
 #include <cstdint>
 #include <string>
-#include <vector>
 
+#include "core/SlotTable.h"
 #include "core/mDatafile.h"
 #include "core/mMuls.h"
 
 namespace quillet {
 
-struct PatchBlock {
-    int32_t Size = 0;
-    int32_t Extra = 0;
-    int32_t Offset = -1;  // -1 absent, 0 present and empty, >= 1 position in the DataFile
-};
-
 struct PatchBlockSet {
-    std::vector<PatchBlock> Blocks;  // 0 .. NbrOfBlocks, or empty for unused rows
+    SlotTable Blocks;                // 0 .. NbrOfBlocks, or empty for unused rows
     int32_t Count = 0;               // slots whose Offset is not -1 (recounted, not kept)
 };
 
@@ -40,6 +34,7 @@ void PatchDispose();
 // ".abcdefgh.dat": a leading dot hides it, the 8 letters come from 'a'..'y'.
 std::string NewDataFileName();
 
+// Every slot absent again: the pages go, the sizes stay those of the types.
 void CreatePatchStructures();
 
 // Count of one type recomputed from its slots.
@@ -59,7 +54,8 @@ inline void StoreBlock(int FileID, int32_t Block, int32_t Size, int32_t Extra, c
 // (Datafile_Append): a block that only passes through is never held whole.
 void StoreBlockFrom(int FileID, int32_t Block, int32_t Size, int32_t Extra, ByteSource& Source);
 
-// Checked slot access.
+// Checked slot access. The writable slot has its page allocated; a read
+// through a const SlotTable (PatchBlocks[id].Blocks.at) allocates nothing.
 PatchBlock& Slot(int FileID, int64_t Block);
 
 // The bytes of a present block with data; empty for any other slot.

@@ -109,7 +109,8 @@ bool SaveMUO(const std::string& PatchFilename) {
             if (PatchBlocks[id].Count <= 0) continue;
             const int32_t flagged = FileTypes[id].InVerdata != 0 ? id : (id | 64);
             const auto& blocks = PatchBlocks[id].Blocks;
-            for (size_t block = 0; block < blocks.size(); ++block) {
+            for (size_t block = blocks.NextAllocated(0); block < blocks.size();
+                 block = blocks.NextAllocated(block + 1)) {
                 const PatchBlock& slot = blocks[block];
                 if (slot.Offset <= -1) continue;
                 const auto number = static_cast<int32_t>(block);

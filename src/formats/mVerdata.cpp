@@ -233,8 +233,9 @@ int64_t ExportedBlockCount() {
     int64_t count = 0;
     for (int id = 0; id <= kLastExportedFileID; ++id) {
         if (FileTypes[id].Name.empty()) continue;
-        for (const PatchBlock& slot : PatchBlocks[id].Blocks)
-            if (slot.Offset > -1) ++count;
+        const SlotTable& blocks = PatchBlocks[id].Blocks;
+        for (size_t block = blocks.NextAllocated(0); block < blocks.size(); block = blocks.NextAllocated(block + 1))
+            if (blocks[block].Offset > -1) ++count;
     }
     return count;
 }
@@ -385,7 +386,7 @@ bool ExportVerdata(const std::string& Directory, LockWait wait, MissingVerdata m
         for (int id = 0; id <= kLastExportedFileID; ++id) {
             if (FileTypes[id].Name.empty()) continue;
             const auto fileId = static_cast<uint8_t>(id);
-            const std::vector<PatchBlock>& blocks = PatchBlocks[id].Blocks;
+            const SlotTable& blocks = PatchBlocks[id].Blocks;
             for (size_t block = 0; block < blocks.size(); ++block) {
                 const PatchBlock& slot = blocks[block];
                 const auto blockNumber = static_cast<int32_t>(block);

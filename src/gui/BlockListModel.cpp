@@ -55,7 +55,8 @@ QVariant BlockListModel::data(const QModelIndex& index, int role) const {
     if (block < 0) return {};
     if (role == KeyRole) return QString::fromStdString(BlockRowKey(block));
     if (role != Qt::DisplayRole) return {};
-    const BlockRow row = MakeBlockRow(block, PatchBlocks[static_cast<size_t>(fileId_)].Blocks[static_cast<size_t>(block)]);
+    const BlockRow row = MakeBlockRow(
+        block, std::as_const(PatchBlocks[static_cast<size_t>(fileId_)].Blocks)[static_cast<size_t>(block)]);
     switch (index.column()) {
         case 1: return QString::fromStdString(row.ID);
         case 2: return QString::fromStdString(row.Size);

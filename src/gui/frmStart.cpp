@@ -23,6 +23,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 #include "BlockListModel.h"
 #include "FileDialogs.h"
@@ -496,7 +497,7 @@ void frmStart::lvPage_DblClick(int index) {
     if (id < 0) return;
     const int32_t block = CurrentBlock(lvPage[static_cast<size_t>(index)]);
     if (block == -1) return;
-    const PatchBlock& slot = PatchBlocks[static_cast<size_t>(id)].Blocks[static_cast<size_t>(block)];
+    const PatchBlock& slot = std::as_const(PatchBlocks[static_cast<size_t>(id)].Blocks)[static_cast<size_t>(block)];
     if (slot.Size < 1 || slot.Offset < 1) return;
     ByteArray bytes;
     try {

@@ -30,10 +30,11 @@ int32_t PageColumns() {
     // thousands of slots, not the whole map.
     const int64_t classicBlocks = int64_t{kClassicColumns} * kGridRows;
     for (const int FileID : {0, 2}) {
-        const std::vector<PatchBlock>& slots = PatchBlocks.at(static_cast<size_t>(FileID)).Blocks;
+        const SlotTable& slots = PatchBlocks.at(static_cast<size_t>(FileID)).Blocks;
         const int64_t last = std::min<int64_t>(FileTypes[static_cast<size_t>(FileID)].NbrOfBlocks,
                                                static_cast<int64_t>(slots.size()) - 1);
-        for (int64_t block = classicBlocks; block <= last; ++block)
+        for (int64_t block = NextAllocated(slots, classicBlocks); block <= last;
+             block = NextAllocated(slots, block + 1))
             if (slots[static_cast<size_t>(block)].Offset != -1)
                 return std::max({kClassicColumns, GridColumnsOf(0), GridColumnsOf(2)});
     }
@@ -47,13 +48,13 @@ GridPoint GridPosition(int64_t Block) {
 }
 
 std::vector<uint16_t> LeadingValues(int FileID, int64_t LastBlock, int32_t position) {
-    const std::vector<PatchBlock>& slots = PatchBlocks.at(static_cast<size_t>(FileID)).Blocks;
+    const SlotTable& slots = PatchBlocks.at(static_cast<size_t>(FileID)).Blocks;
     const int64_t last = std::min<int64_t>(LastBlock, static_cast<int64_t>(slots.size()) - 1);
     std::vector<uint16_t> values(static_cast<size_t>(std::max<int64_t>(last + 1, 0)), 0);
 
     // (byte position in the DataFile, block), for the blocks whose value exists.
     std::vector<std::pair<int64_t, int32_t>> wanted;
-    for (int64_t block = 0; block <= last; ++block) {
+    for (int64_t block = NextAllocated(slots, 0); block <= last; block = NextAllocated(slots, block + 1)) {
         const PatchBlock& slot = slots[static_cast<size_t>(block)];
         if (slot.Offset >= 1 && slot.Size >= position + 2)
             wanted.emplace_back(int64_t{slot.Offset} - 1 + position, static_cast<int32_t>(block));
@@ -96,9 +97,10 @@ void ClearGridBlocks(int FileID, const char* Proc, int32_t& X1, int32_t& Y1, int
         }
 
         PatchBlockSet& set = PatchBlocks.at(static_cast<size_t>(FileID));
+        const SlotTable& slots = set.Blocks;
         set.Count = 0;
-        for (int64_t block = 0; block <= last; ++block)
-            if (Slot(FileID, block).Offset != -1) ++set.Count;
+        for (int64_t block = NextAllocated(slots, 0); block <= last; block = NextAllocated(slots, block + 1))
+            if (slots.at(block).Offset != -1) ++set.Count;
     } catch (...) {
         gError.Log(Proc + ArgumentsText(X1, Y1, X2, Y2));
     }
@@ -111,9 +113,12 @@ bool DrawMap(PictureSurface& pageMap) {
         const Canvas canvas = pageMap.hDC();
         const int32_t last = FileTypes[0].NbrOfBlocks;
         const std::vector<uint16_t> tiles = LeadingValues(0, last, 4);
+        const SlotTable& slots = PatchBlocks[0].Blocks;
         CountingPoint counting(last);
+        // Every block passes the counting point, drawn or not; a read of a
+        // page never written allocates nothing.
         for (int64_t block = 0; block <= last; ++block) {
-            const PatchBlock& slot = Slot(0, block);
+            const PatchBlock& slot = slots.at(block);
             if (slot.Offset >= 1) {
                 // The tile number is bytes 4 and 5: a shorter block has none.
                 if (slot.Size < 6) Fail(kSubscript);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/SlotTable.h"
 #include "viewers/Canvas.h"
 
 namespace quillet {
@@ -51,6 +52,12 @@ struct GridPoint {
 };
 // X = integer part of Block / 512, Y = Block - X * 512.
 GridPoint GridPosition(int64_t Block);
+
+// SlotTable::NextAllocated for the pages' signed block numbers: the walks
+// over a whole grid step over the pages of slots never written.
+inline int64_t NextAllocated(const SlotTable& slots, int64_t from) {
+    return static_cast<int64_t>(slots.NextAllocated(static_cast<size_t>(from < 0 ? 0 : from)));
+}
 
 // The unsigned 16-bit value at byte `position` of every block 0..LastBlock of
 // FileID that has data (Offset 1 or more) and at least position + 2 bytes, as

@@ -18,9 +18,12 @@ bool DrawStatics(PictureSurface& pageStatics) {
         const Canvas canvas = pageStatics.hDC();
         const int32_t last = FileTypes[2].NbrOfBlocks;
         const std::vector<uint16_t> items = LeadingValues(2, last, 0);
+        const SlotTable& slots = PatchBlocks[2].Blocks;
         CountingPoint counting(last);
+        // Every block passes the counting point, drawn or not; a read of a
+        // page never written allocates nothing.
         for (int64_t block = 0; block <= last; ++block) {
-            const PatchBlock& slot = Slot(2, block);
+            const PatchBlock& slot = slots.at(block);
             if (slot.Offset != -1) {
                 const GridPoint at = GridPosition(block);
                 if (slot.Offset >= 1) {

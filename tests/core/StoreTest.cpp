@@ -9,11 +9,12 @@
 #include <map>
 #include <regex>
 
+#include "actions/mStart.h"
+#include "base/cError.h"
 #include "common/TestEnv.h"
+#include "core/BlockRows.h"
 #include "core/mMuls.h"
 #include "core/mPatch.h"
-#include "base/cError.h"
-#include "actions/mStart.h"
 #include "core/mWait.h"
 
 namespace quillet {
@@ -165,6 +166,39 @@ TEST_F(StoreTest, AppendTakesAPieceAtATimeAndZerosWhereTheSourceEnds) {
     EXPECT_EQ(messages.size(), 1u);
     DataFileHandle.pending.clear();
     DataFileHandle.flushed = 0;
+}
+
+size_t StorePages() {
+    size_t pages = 0;
+    for (const PatchBlockSet& set : PatchBlocks) pages += set.Blocks.AllocatedPages();
+    return pages;
+}
+
+// The store's walks and reads leave an empty store without pages; counts and
+// lists find the slots on either side of a page boundary; a new store is
+// clean again however much was written.
+TEST_F(StoreTest, StoreWalksSkipUnwrittenPagesAndANewStoreIsClean) {
+    RecountAllBlocks();
+    for (int id = 0; id < kFileIDs; ++id) EXPECT_TRUE(ListedBlocks(id).empty()) << id;
+    EXPECT_TRUE(ReadBlockBytes(0, 458751).empty());
+    EXPECT_EQ(StorePages(), 0u);
+
+    const std::vector<int32_t> stored{0, 4095, 4096, 8191, 65536, 81883};
+    for (const int32_t block : stored) StoreBlock(4, block, block == 4096 ? 0 : 1, 0, ByteArray{1});
+    Slot(4, 8192).Offset = -1;  // a page written to hold nothing
+    StoreBlock(2, 458751, 1, 0, ByteArray{2});
+    EXPECT_EQ(StorePages(), 6u);
+    RecountAllBlocks();
+    EXPECT_EQ(std::pair(PatchBlocks[4].Count, PatchBlocks[2].Count), std::pair(6, 1));
+    EXPECT_EQ(ListedBlocks(4), stored);
+    EXPECT_EQ(ListedBlocks(2), std::vector<int32_t>{458751});
+
+    CreatePatchStructures();
+    EXPECT_EQ(StorePages(), 0u);
+    EXPECT_EQ(PatchBlocks[4].Blocks.size(), 81884u);
+    EXPECT_EQ(std::pair(PatchBlocks[4].Count, Slot(4, 4095).Offset), std::pair(0, -1));
+    RecountBlocks(4);
+    EXPECT_EQ(PatchBlocks[4].Count, 0);
 }
 
 TEST_F(StoreTest, SlotBoundsAreFailuresNotWrites) {
