@@ -42,7 +42,10 @@ std::vector<KeyView> ViewsOf(const std::string& lpSubKey, int32_t Key, const Hiv
         KeyView twin;
         twin.path = "software\\wow6432node";
         twin.depth = parts.size() + 1;
-        if (parts.size() > 1) twin.path += "\\" + KeyPath(parts, 1);
+        if (parts.size() > 1) {
+            twin.path += '\\';
+            twin.path += KeyPath(parts, 1);
+        }
         if (hive.win64)
             views.insert(views.begin(), twin);
         else
