@@ -693,8 +693,11 @@ int main(int argc, char** argv) {
                       return PatchBlocks[0].Count == kMapLastBlock + 1 && ExportVerdata(In("export"));
                   },
                   [&] {
-                      // The new verdata.mul holds the bytes of both, and is synced.
-                      CopyFiles({muo, In("verdata-old.mul")}, In("copy2.bin"), Sync::Yes);
+                      // The patch's blocks into the scratch file; the old verdata.mul and
+                      // the scratch file into the new one, which is synced.
+                      CopyFile(muo, In("copy1.bin"));
+                      CopyFiles({In("verdata-old.mul"), In("copy1.bin")}, In("copy2.bin"), Sync::Yes);
+                      RemoveScratch(In("copy1.bin"));
                   }}),
         WholeJob({"3 CompareMUL map 1%", nullptr,
                   [&] {
