@@ -339,7 +339,8 @@ bool ExportVerdata(const std::string& Directory, LockWait wait, MissingVerdata m
         ByteArray spare;
         DatafileWalk stored(DataFileHandle);
         int32_t cutBlocks = 0;
-        // Every block of both files passes through a fixed buffer, a piece at a time.
+        // Every block of both files passes through a window of a megabyte or,
+        // if larger, through a fixed buffer a piece at a time.
         for (int32_t index = 0; index < copied; ++index) {
             cVerdata::Entry entry;
             oldFile.cEntry(index, entry);

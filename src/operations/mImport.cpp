@@ -24,8 +24,8 @@ constexpr int32_t kStopSize = -2;
 
 // Blocks from First on that the source gives as one run (see cLoadRun):
 // their bytes go into the DataFile in one append, a megabyte at a time, and
-// their slots are set after it, as block by block. False when the source has
-// no run there.
+// their slots are set after it, as the walk block by block would set them.
+// False when the source has no run there.
 bool ImportRun(BlockReader& source, uint8_t FileID, int64_t First, int64_t Last, std::vector<BlockHead>& run) {
     constexpr int32_t kRunBlocks = 4096;
     constexpr int64_t kRunBytes = int64_t{1} << 20;
@@ -34,10 +34,13 @@ bool ImportRun(BlockReader& source, uint8_t FileID, int64_t First, int64_t Last,
     if (source.cLoadRun(first, count, kRunBytes, run) < 1) return false;
     int64_t bytes = 0;
     for (const BlockHead& head : run) bytes += std::max(head.Size, 0);
-    Slot(FileID, first + static_cast<int64_t>(run.size()) - 1);  // the whole run has slots, or it fails here
-    // A run that would pass the DataFile's end goes block by block, so that
-    // the blocks before the one that does not fit are stored all the same.
-    if (DataFileHandle.Size() + bytes > kDatafileLimit) return false;
+    // A run that would pass the DataFile's end or the type's slots goes
+    // block by block, so that the blocks before the one that fails are
+    // stored all the same.
+    const int64_t end = first + static_cast<int64_t>(run.size());
+    if (DataFileHandle.Size() + bytes > kDatafileLimit ||
+        end > static_cast<int64_t>(PatchBlocks[FileID].Blocks.size()))
+        return false;
     const int64_t start = bytes > 0 ? Datafile_Append(DataFileHandle, source.cData(), bytes) : 0;
     int64_t offset = start;
     for (size_t k = 0; k < run.size(); ++k) {
