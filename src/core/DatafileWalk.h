@@ -13,6 +13,11 @@ namespace quillet {
 
 class DatafileWalk {
 public:
+    // The largest block handed over whole: a quarter of the window, so that
+    // a block that large costs its read whatever way it goes, and none is
+    // ever held whole beside the window.
+    static constexpr int32_t kLargestView = 1 << 18;
+
     explicit DatafileWalk(DatafileHandle& handle) : handle_(handle) {}
     // The Size bytes at Offset held whole, valid until the next call; nullptr
     // for a block too large to hold, whose bytes Feed then hands over.
@@ -24,7 +29,7 @@ private:
     DatafileHandle& handle_;
     ReadWindow window_{kWindow, ReadWindow::Walk::Forward};
     ByteArray spare_;
-    static constexpr size_t kWindow = size_t{1} << 20;
+    static constexpr size_t kWindow = size_t{kLargestView} * 4;
 };
 
 }  // namespace quillet

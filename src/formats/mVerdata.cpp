@@ -30,9 +30,6 @@ namespace {
 constexpr int kLastExportedFileID = 250;
 // What an old file's block holds of its bytes at a time on their way to the new file.
 constexpr size_t kCopyChunk = 1 << 16;
-// Blocks up to this size are copied where a read window holds them; larger
-// ones pass through a fixed buffer.
-constexpr int32_t kViewedBytes = 1 << 18;
 
 const std::string kNoVerdata = "Cannot find verdata.mul in the directory you run Quillet.";
 const std::string kCannotOpen = "Unable to open the verdata.mul. It is maybe in use or read only.";
@@ -350,7 +347,7 @@ bool ExportVerdata(const std::string& Directory, LockWait wait, MissingVerdata m
             if (entry.FileID >= 256) {
                 // Not a file number of the client: kept as an entry without data.
                 newFile.cSave(255, entry.Block, entry.Extra, none, -1);
-            } else if (entry.Size > 0 && entry.Position >= 0 && entry.Size <= kViewedBytes) {
+            } else if (entry.Size > 0 && entry.Position >= 0 && entry.Size <= DatafileWalk::kLargestView) {
                 // Bytes that the old file does not have (a cut last block)
                 // are written as zeros: the read goes on, and says so below.
                 size_t fromFile = 0;
