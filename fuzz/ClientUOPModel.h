@@ -352,4 +352,17 @@ private:
     std::optional<ByteArray> cached_;
 };
 
+// A job's data file that begins as a client's container ("MYP", a 0 byte) is
+// read as one, whatever the type asked for. True where the container reader
+// refuses it, so that the job fails before any block. A file it would open is
+// the container target's to walk: here its first byte is changed, so that the
+// MUL and compare targets walk it as a data file.
+inline bool RefusedAsContainer(ByteArray& file, uint8_t fileId) {
+    if (file.size() < 4 || file[0] != 'M' || file[1] != 'Y' || file[2] != 'P' || file[3] != 0) return false;
+    ContainerModel model;
+    if (!model.Open(file, fileId)) return true;
+    file[0] = 'm';
+    return false;
+}
+
 }  // namespace quillet::fuzz

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "ClientUOPModel.h"
 #include "FuzzInput.h"
 #include "FuzzSupport.h"
 #include "MulModel.h"
@@ -36,10 +37,14 @@ bool Walk(const MulModel& base, const MulModel& altered, ExpectedPatch& patch, E
     return true;
 }
 
-void ModelCompare(const CompareArgs& args, int FileID, ExpectedPatch& patch, ExpectedEnd& end) {
+void ModelCompare(const CompareArgs& args, int FileID, bool refused, ExpectedPatch& patch, ExpectedEnd& end) {
     // The type's Count is recomputed however the walk ends, after a stop too.
     end.Recounted = true;
     end.RecountFileID = FileID;
+    if (refused) {
+        end.Failed = true;
+        return;
+    }
     const FileTypeRec& type = FileTypes[FileID];
     bool ok = true;
     if (FileID == 30) {
@@ -101,6 +106,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (type.ConstantIndex < 1)
             for (ByteArray* idx : {&args.Idx1, &args.Idx2}) PadTo(*idx, blocks * 12);
     }
+    // Both sides are looked at, as a refusal of either stops the compare.
+    const bool refused1 = RefusedAsContainer(args.Mul1, fileId);
+    const bool refused2 = RefusedAsContainer(args.Mul2, fileId);
     const std::string idx1 = ScratchPath("base.idx");
     const std::string mul1 = ScratchPath("base.mul");
     const std::string idx2 = ScratchPath("altered.idx");
@@ -113,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Observed& seen = BeginIteration();
     ExpectedPatch expected;
     ExpectedEnd end;
-    ModelCompare(args, fileId, expected, end);
+    ModelCompare(args, fileId, refused1 || refused2, expected, end);
     CompareMUL(mul1, idx1, mul2, idx2, fileId);
     CheckPatch(expected, end, seen, "mMuls.CompareMUL");
     return 0;

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "ClientUOPModel.h"
 #include "FuzzInput.h"
 #include "FuzzSupport.h"
 #include "MulModel.h"
@@ -102,6 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 PadTo(args.Idx, blocks * 12);
         }
     }
+    const bool refused = RefusedAsContainer(args.Mul, fileId);
     const std::string idxPath = ScratchPath("input.idx");
     const std::string mulPath = ScratchPath("input.mul");
     WriteWholeFile(idxPath, args.Idx);
@@ -110,14 +112,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Observed& seen = BeginIteration();
     ExpectedPatch expected;
     ExpectedEnd end;
-    if (fileId == 30) {
+    const bool tiles = fileId == 30;
+    if (refused) {
+        end.Recounted = true;
+        end.RecountFileID = fileId;
+        end.Failed = true;
+    } else if (tiles) {
         ModelLoadTiledata(args, toBlock, expected, end);
-        LoadTiledata(mulPath, args.FromBlock, toBlock);
-        CheckPatch(expected, end, seen, "mMuls.LoadTiledata");
     } else {
         ModelLoadMUL(args, fileId, toBlock, expected, end);
-        LoadMUL(mulPath, idxPath, fileId, args.FromBlock, toBlock);
-        CheckPatch(expected, end, seen, "mMuls.LoadMUL");
     }
+    if (tiles)
+        LoadTiledata(mulPath, args.FromBlock, toBlock);
+    else
+        LoadMUL(mulPath, idxPath, fileId, args.FromBlock, toBlock);
+    CheckPatch(expected, end, seen, tiles ? "mMuls.LoadTiledata" : "mMuls.LoadMUL");
     return 0;
 }
