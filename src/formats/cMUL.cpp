@@ -9,6 +9,7 @@
 
 #include "base/BlockLimit.h"
 #include "base/Checked.h"
+#include "base/FaultGuard.h"
 #include "formats/FormatCodes.h"
 
 namespace quillet {
@@ -66,6 +67,7 @@ std::string cMUL::cError(int32_t ErrNumber) const {
 }
 
 void cMUL::CloseFiles() {
+    mapped_.Release();
     idx_.Close();
     mul_.Close();
     writable_ = false;
@@ -208,41 +210,67 @@ bool cMUL::cCompareRun(BlockReader& other, int32_t First, int32_t Count, RunDiff
     // Within both files: what lies past an end reads as zeros and is noted,
     // which the walk does block by block.
     if (start1 < 0 || start2 < 0 || start1 + length > mulLength_ || start2 + length > that->mulLength_) return false;
-    constexpr size_t kPiece = 1 << 18;
-    runBuffer_.resize(std::max(runBuffer_.size(), kPiece));
-    that->runBuffer_.resize(std::max(that->runBuffer_.size(), kPiece));
-    const uint8_t* one = runBuffer_.data();
-    const uint8_t* two = that->runBuffer_.data();
-    Differences.Clear();
-    auto block = runBlocks_.begin();  // the first block not yet passed
-    for (int64_t done = 0; done < length;) {
-        const auto piece = static_cast<size_t>(std::min<int64_t>(length - done, kPiece));
-        if (mul_.ReadAt(start1 + done, runBuffer_.data(), piece) < piece ||
-            that->mul_.ReadAt(start2 + done, that->runBuffer_.data(), piece) < piece)
-            return false;
-        // Each difference names its block; the search goes on behind that
-        // block's end.
-        for (size_t at = 0;;) {
+    // What the run finds goes into storage made ready here: a scan of mapped
+    // bytes may be cut off anywhere by a fault. A block is named at most once.
+    foundBlocks_.resize(std::max(foundBlocks_.size(), runBlocks_.size()));
+    foundAt_.resize(std::max(foundAt_.size(), runBlocks_.size()));
+    keptBytes_.resize(std::max(keptBytes_.size(), kRunPiece));
+    size_t found = 0;
+    size_t kept = 0;
+    const RunBlock* block = runBlocks_.data();  // the first block not yet passed
+    const RunBlock* const last = block + runBlocks_.size();
+    int64_t resume = 0;  // where the search goes on: behind the last block named
+    int64_t done = 0;
+    size_t piece = 0;
+    const uint8_t* one = nullptr;
+    const uint8_t* two = nullptr;
+    auto scan = [&] {
+        for (size_t at = static_cast<size_t>(std::clamp<int64_t>(resume - done, 0, static_cast<int64_t>(piece)));;) {
             at += FirstDifference(one + at, two + at, piece - at);
             if (at >= piece) break;
             const int64_t where = done + static_cast<int64_t>(at);
-            block = std::upper_bound(block, runBlocks_.end(), where,
-                                     [](int64_t position, const RunBlock& b) { return position < b.End; });
-            Differences.Blocks.push_back(block->Block);
+            block = std::upper_bound(block, last, where, [](int64_t position, const RunBlock& b) { return position < b.End; });
             // The other side's bytes of the block, while the piece holds them
             // whole: the caller stores them without reading them again. Runs
             // that differ everywhere keep at most a piece's worth.
+            const auto size = static_cast<size_t>(block->End - block->Start);
             const bool whole = block->Start >= done && block->End <= done + static_cast<int64_t>(piece) &&
-                               Differences.OtherBytes.size() + static_cast<size_t>(block->End - block->Start) <= kPiece;
-            Differences.At.push_back(whole ? static_cast<int64_t>(Differences.OtherBytes.size()) : -1);
-            if (whole)
-                Differences.OtherBytes.insert(Differences.OtherBytes.end(), two + (block->Start - done),
-                                              two + (block->End - done));
-            at = static_cast<size_t>(std::min<int64_t>(block->End - done, static_cast<int64_t>(piece)));
+                               kept + size <= kRunPiece;
+            foundBlocks_[found] = block->Block;
+            foundAt_[found] = whole ? static_cast<int64_t>(kept) : -1;
+            ++found;
+            if (whole) {
+                std::memcpy(keptBytes_.data() + kept, two + (block->Start - done), size);
+                kept += size;
+            }
+            resume = block->End;
             ++block;
+            at = static_cast<size_t>(std::min(resume - done, static_cast<int64_t>(piece)));
         }
-        done += static_cast<int64_t>(piece);
+    };
+    for (; done < length; done += static_cast<int64_t>(piece)) {
+        piece = static_cast<size_t>(std::min<int64_t>(length - done, kRunPiece));
+        one = mapped_.View(mul_, mulLength_, start1 + done, piece);
+        two = that->mapped_.View(that->mul_, that->mulLength_, start2 + done, piece);
+        if (one != nullptr && two != nullptr) {
+            // A file cut short meanwhile: the walk reads it as it now is.
+            if (!RunGuarded(scan)) return false;
+            continue;
+        }
+        // Where the system maps nothing, the pieces are read.
+        runBuffer_.resize(std::max(runBuffer_.size(), kRunPiece));
+        that->runBuffer_.resize(std::max(that->runBuffer_.size(), kRunPiece));
+        if (mul_.ReadAt(start1 + done, runBuffer_.data(), piece) < piece ||
+            that->mul_.ReadAt(start2 + done, that->runBuffer_.data(), piece) < piece)
+            return false;
+        one = runBuffer_.data();
+        two = that->runBuffer_.data();
+        scan();
     }
+    const auto count = static_cast<std::ptrdiff_t>(found);
+    Differences.Blocks.assign(foundBlocks_.begin(), foundBlocks_.begin() + count);
+    Differences.At.assign(foundAt_.begin(), foundAt_.begin() + count);
+    Differences.OtherBytes.assign(keptBytes_.begin(), keptBytes_.begin() + static_cast<std::ptrdiff_t>(kept));
     return true;
 }
 

@@ -10,6 +10,7 @@
 
 #include "base/BinaryFile.h"
 #include "base/ByteIO.h"
+#include "base/MappedWindow.h"
 #include "formats/BlockReader.h"
 #include "formats/ReadNotes.h"
 
@@ -135,7 +136,15 @@ private:
     ReadNotes idxNotes_{"index record"};
     int64_t mulLength_ = 0;  // kept up to date by cSave; the file changes through nobody else
     int64_t idxLength_ = 0;  // likewise
-    ByteArray runBuffer_;    // a piece of a run being compared
+    // A run is compared a piece at a time, where the file lies mapped or
+    // else read into runBuffer_; what differs is gathered in the found and
+    // kept arrays.
+    static constexpr size_t kRunPiece = 1 << 18;
+    MappedWindow mapped_;
+    ByteArray runBuffer_;
+    std::vector<int32_t> foundBlocks_;
+    std::vector<int64_t> foundAt_;
+    ByteArray keptBytes_;
 };
 
 // The text of a failed cOpen: cMUL's text, the names of the files and why,

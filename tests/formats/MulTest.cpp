@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -304,6 +305,34 @@ TEST_F(MulTest, RunsCompareWholeRunsAndNameTheBlocksThatDiffer) {
     EXPECT_FALSE(p.cCompareRun(sizes, 0, 4, differing));
     EXPECT_FALSE(p.cCompareRun(q, 0, 5, differing));  // record 4 lies past both index files
     EXPECT_FALSE(p.cCompareRun(a, 0, 4, differing));  // a pair against a file of fixed-size blocks
+}
+
+// A run longer than the piece compared at a time: a block that differs on
+// both sides of a piece's end is named once, and the equal block after it not
+// at all. A file cut short after it was opened leaves the run to the walk.
+TEST_F(MulTest, RunsNameABlockAcrossPiecesOnceAndLeaveAFileCutShortToTheWalk) {
+    const ByteArray one = Counting(1000 * 300);  // the first piece ends within block 262
+    ByteArray two = one;
+    two[262100] ^= 1;
+    two[262200] ^= 1;
+    two[299005] ^= 1;
+    test::WriteFile(Path("a.mul"), one);
+    test::WriteFile(Path("b.mul"), two);
+    cMUL a, b;
+    ASSERT_EQ(a.cOpen("", Path("a.mul"), 1000, 300, 0), 0);
+    ASSERT_EQ(b.cOpen("", Path("b.mul"), 1000, 300, 0), 0);
+    RunDifferences differing;
+    ASSERT_TRUE(a.cCompareRun(b, 0, 300, differing));
+    EXPECT_EQ(differing.Blocks, (std::vector<int32_t>{262, 299}));
+    ASSERT_EQ(differing.At.size(), 2u);
+    EXPECT_EQ(differing.At[0], -1);  // never whole in one piece: read again by the caller
+    ASSERT_GE(differing.At[1], 0);
+    EXPECT_EQ(ByteArray(differing.OtherBytes.begin() + differing.At[1], differing.OtherBytes.begin() + differing.At[1] + 1000),
+              ByteArray(two.begin() + 299000, two.end()));
+
+    ASSERT_EQ(::truncate(Path("b.mul").c_str(), 100000), 0);
+    EXPECT_FALSE(a.cCompareRun(b, 0, 300, differing));
+    EXPECT_FALSE(b.cCompareRun(a, 0, 300, differing));
 }
 
 // Runs for an import: the heads of blocks that follow each other within the
