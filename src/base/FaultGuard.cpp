@@ -45,8 +45,8 @@ bool RunGuarded(void (*Work)(void*), void* Context) noexcept {
     InstallHandler();
     sigjmp_buf guard;
     sigjmp_buf* const outer = tGuard;
-    // The signal mask is kept, as the handler returns by the jump with
-    // SIGBUS blocked.
+    // The mask is saved with the guard: the jump leaves the handler, where
+    // SIGBUS is blocked, and must unblock it again.
     if (sigsetjmp(guard, 1) != 0) {
         tGuard = outer;
         return false;
